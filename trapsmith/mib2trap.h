@@ -1,0 +1,434 @@
+// The MIB compiler object CMib2Trap, its parse records and its lists.
+//
+// One CMib2Trap compiles one MIB file: it owns the input, trace and
+// intermediate streams of that compile, the tokenizer state and the lists its
+// parsers build.  The records below are plain heap structures linked by raw
+// pointers and zero-filled when created; texts are NUL-terminated byte strings
+// owned by the record that holds them unless a comment says otherwise.
+#ifndef TRAPSMITH_MIB2TRAP_H
+#define TRAPSMITH_MIB2TRAP_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+// ---------------------------------------------------------------------------
+// Token codes.  The values are stored in parse records (kind, syntax, status)
+// and compared by the writers, so they are fixed.
+// ---------------------------------------------------------------------------
+enum : int {
+    TOK_CONTINUE = -1,  // first word of a two-word keyword; never returned
+    TOK_EOF = 0,
+    TOK_LABEL = 1,
+    TOK_SYNTAX = 3,
+    TOK_OBJECT_IDENTIFIER = 4,
+    TOK_OCTET_STRING = 5,
+    TOK_INTEGER = 6,
+    TOK_NETWORKADDRESS = 7,
+    TOK_IPADDRESS = 8,
+    TOK_COUNTER = 9,
+    TOK_GAUGE = 10,
+    TOK_TIMETICKS = 11,
+    TOK_OPAQUE = 12,
+    TOK_NULL = 13,
+    TOK_SEQUENCE = 14,
+    TOK_OF = 15,
+    TOK_OBJECT_TYPE = 16,
+    TOK_ACCESS = 17,
+    TOK_READ_ONLY = 18,
+    TOK_READ_WRITE = 19,
+    TOK_WRITE_ONLY = 20,
+    TOK_NOT_ACCESSIBLE = 21,
+    TOK_STATUS = 22,
+    TOK_MANDATORY = 23,
+    TOK_STATUS_SPARE = 24,
+    TOK_OBSOLETE = 25,
+    TOK_BRACE = 26,
+    TOK_EQUALS = 27,
+    TOK_DISPLAYSTRING = 28,
+    TOK_DEPRECATED = 29,
+    TOK_DESCRIPTION = 30,
+    TOK_REFERENCE = 31,
+    TOK_INDEX = 32,
+    TOK_DEFVAL = 33,
+    TOK_DEFINITIONS = 34,
+    TOK_BEGIN = 35,
+    TOK_END = 36,
+    TOK_IMPORTS = 37,
+    TOK_EXPORTS = 38,
+    TOK_FROM = 39,
+    TOK_PHYSADDRESS = 40,
+    TOK_TRAP_TYPE = 41,
+    TOK_ENTERPRISE = 42,
+    TOK_VARIABLES = 43,
+    TOK_MODULE_IDENTITY = 44,
+    TOK_LAST_UPDATED = 45,
+    TOK_ORGANIZATION = 46,
+    TOK_CONTACT_INFO = 47,
+    TOK_REVISION = 48,
+    TOK_OBJECT_IDENTITY = 49,
+    TOK_COUNTER64 = 51,
+    TOK_UNSIGNED32 = 52,
+    TOK_UNITS = 53,
+    TOK_READ_CREATE = 54,
+    TOK_AUGMENTS = 55,
+    TOK_OBJECTS = 56,
+    TOK_MODULE = 57,
+    TOK_MANDATORY_GROUPS = 58,
+    TOK_GROUP = 59,
+    TOK_WRITE_SYNTAX = 60,
+    TOK_MIN_ACCESS = 61,
+    TOK_TEXTUAL_CONVENTION = 62,
+    TOK_NOTIFICATION_TYPE = 63,
+    TOK_OBJECT_GROUP = 64,
+    TOK_MODULE_COMPLIANCE = 65,
+    TOK_AGENT_CAPABILITIES = 66,
+    TOK_PRODUCT_RELEASE = 67,
+    TOK_SUPPORTS = 68,
+    TOK_INCLUDES = 69,
+    TOK_VARIATION = 70,
+    TOK_CREATION_REQUIRES = 71,
+    TOK_COMMA = 72,
+    TOK_DISPLAY_HINT = 73,
+    TOK_OBJECT = 74,
+    TOK_BITS = 75,
+    TOK_PAREN = 76,
+    TOK_ACCESSIBLE_FOR_NOTIFY = 77,
+    TOK_NOTIFICATION_GROUP = 78,
+    TOK_NOTIFICATIONS = 79,
+    TOK_TRAPSTART = 80,
+    TOK_OBJECT_MARK = 81,
+    TOK_TYPE = 82,
+    TOK_SUMMARY = 83,
+    TOK_ARGUMENTS = 84,
+    TOK_SEVERITY = 85,
+    TOK_GENERIC = 86,
+    TOK_CATEGORY = 87,
+    TOK_SOURCE_ID = 88,
+    TOK_TIMEINDEX = 89,
+    TOK_HELP = 90,
+    TOK_HELPTAG = 91,
+    TOK_STATE = 92,
+    TOK_TRAPEND = 93,
+    TOK_SYMBOL = 94,
+    TOK_LINE_MARK = 95,
+    TOK_NOT_IMPLEMENTED = 96,
+    TOK_MACADDRESS = 97,
+    TOK_TRUTHVALUE = 98,
+    TOK_TESTANDINCR = 99,
+    TOK_AUTONOMOUSTYPE = 100,
+    TOK_INSTANCEPOINTER = 101,
+    TOK_VARIABLEPOINTER = 102,
+    TOK_ROWPOINTER = 103,
+    TOK_ROWSTATUS = 104,
+    TOK_TIMESTAMP = 105,
+    TOK_TIMEINTERVAL = 106,
+    TOK_DATEANDTIME = 107,
+    TOK_STORAGETYPE = 108,
+    TOK_TDOMAIN = 109,
+    TOK_TADDRESS = 110,
+};
+
+// Flag bits of GetToken.
+enum : int {
+    GT_COMMA = 1,         // "," ends a word and comes back alone as TOK_COMMA
+    GT_PARENS = 2,        // "(" and ")" end a word and come back as TOK_PAREN
+    GT_OBJECT = 4,        // the single word OBJECT comes back as TOK_OBJECT
+    GT_TRAPKEYWORDS = 8,  // annotation mode: "--" comment lines come back whole
+};
+
+// Token buffer sizes the callers of GetToken provide.
+constexpr int TOKEN_BUF = 256;         // plain mode
+constexpr int TRAP_TOKEN_BUF = 1025;   // annotation mode (GT_TRAPKEYWORDS)
+
+// ---------------------------------------------------------------------------
+// Keyword table.
+// ---------------------------------------------------------------------------
+struct tok {
+    const char* szName;  // the reserved word, case-sensitive
+    int32_t nLen;        // length of szName
+    int32_t nToken;      // token code; TOK_CONTINUE for OBJECT and OCTET
+    int32_t nHash;       // byte-sum hash, filled by HashInit
+    tok* pNext;          // next entry of the same bucket, filled by HashInit
+};
+
+constexpr int NUM_KEYWORDS = 112;
+extern tok g_tokens[NUM_KEYWORDS + 1];  // the words, then a null terminator
+
+// Byte sum of a word, each byte taken as signed 8-bit.
+int32_t KeywordHash(const char* sz);
+
+// ---------------------------------------------------------------------------
+// Records.
+// ---------------------------------------------------------------------------
+
+// Circular doubly linked list with a head element; each element carries one
+// pointer, owned or borrowed depending on the list.
+struct MibTokenList {
+    MibTokenList* forw;
+    MibTokenList* back;
+    char* szToken;  // payload; null in the head
+};
+
+struct MibEnumList {
+    MibEnumList* next;
+    int value;
+    char* szLabel;  // owned
+};
+
+// Name/value pair: a trap annotation (szLabel and szValue are the same owned
+// string) or an imported descriptor (szLabel owned, szValue borrowed: the
+// module name shared with the importFilesList entry).
+struct keyword {
+    keyword* next;
+    char* szLabel;
+    char* szValue;
+};
+
+struct importFilesList {
+    importFilesList* next;
+    char* szLabel;           // owned module name
+    struct keyword* imports; // descriptors imported from it
+};
+
+struct tagBracedList {
+    tagBracedList* pNext;
+    char* szString;  // owned item text
+};
+
+// One OID component while it is read.
+struct subid {
+    int nSubid;     // -1 when the component has no number
+    char* szLabel;  // owned, or null for a bare number
+};
+
+constexpr int LABEL_LEN = 256;  // capacity of szLabel and szParent
+
+struct node {
+    node* next;
+    char szLabel[LABEL_LEN];
+    int subid;
+    char szParent[LABEL_LEN];
+    int type;                 // record kind: token code of the macro
+    char* szUserDef;          // owned
+    MibEnumList* enums;       // owned
+    int smi_access;           // -1 none, 0 read-only ... 5 accessible-for-notify
+    char* szDescr;            // owned
+    MibTokenList* index_names;   // owned strings
+    void* pvEaObj;            // unused, stays null
+    int def_line;
+    int status;               // token code of the STATUS value, 0 if none
+    char* szUnits;            // owned
+    char* szSubtype;          // owned
+    MibTokenList* augment_name;  // owned strings
+    int fixed_len;
+    struct keyword* keyword;  // owned annotation lines
+    int syntax;
+    tagBracedList* sequence;  // owned
+    char* szEnterprise;       // owned
+    node* userDefinedSequence;  // owned scratch record of a SEQUENCE assignment
+};
+
+constexpr int MODNAME_LEN = 1024;
+
+struct ModListNode {
+    char szModName[MODNAME_LEN];
+    char szMibName[MODNAME_LEN];
+    struct node* node;  // first record of the module
+    ModListNode* next_mod;
+};
+
+// A type defined by the module (type assignment or TEXTUAL-CONVENTION).
+struct MibUserType {
+    char* szName;
+    int type;            // token code of the base syntax
+    MibEnumList* enums;
+    char* szUserDef;
+    char* szSubtype;
+};
+
+// One OBJECT IDENTIFIER registration bound for the ".imports" file.  A
+// circular list without a separate head; names are borrowed.
+struct NameValueList {
+    NameValueList* forw;
+    NameValueList* back;
+    const char* szName;
+    const char* szParent;
+    int subid;
+
+    static NameValueList* put(NameValueList* list, const char* szName, const char* szParent,
+                              int subid);
+    void dump(FILE* file);
+    static void FreeList(NameValueList* list);  // releases the records, not the names
+};
+
+// ---------------------------------------------------------------------------
+// Process-wide state.
+// ---------------------------------------------------------------------------
+extern importFilesList* importFiles;  // IMPORTS of the main module, in order
+extern char* szMibModuleName;         // name of the module last written by PrintMIB
+
+// Releases and resets every piece of process-wide state: the tokenizer's
+// push-back character, importFiles, szMibModuleName, the written-names lists
+// of the writers and the module lists kept for imported modules.  Tests call
+// it between cases; the driver calls it before it returns.
+void ResetProcessState();
+
+// The per-subsystem parts of ResetProcessState.
+void ResetTokenizerState();
+void ResetImportFiles();
+void ResetPrintMIBState();
+void ResetUserTypeWriterState();
+void ResetImportWriterState();
+
+// ---------------------------------------------------------------------------
+// The compiler object.
+// ---------------------------------------------------------------------------
+class CMib2Trap {
+public:
+    char* m_strCfgDir;
+    char* m_strOutFile;
+    char* m_strTrapFile;
+    const char* m_strInFile;  // not owned
+    FILE* m_pOutFile;
+    FILE* m_pTrapFile;  // trace file
+    FILE* m_pInFile;    // MIB input, open only while compiling
+    FILE* m_pCfgFile;   // intermediate output (modes 1 and 3)
+    char m_tmpFileStr[128];
+    int m_nLine;
+    int m_nNameLine;
+    int m_nTTLine;
+    char m_aTTLine[20];
+    tok* m_pBuckets[32];
+    char* m_szMibName;  // owned
+    char m_szModName[MODNAME_LEN];
+    int m_mibStartLine;
+    void* m_HashTbl[64];
+    bool m_bModuleParse;
+    bool m_bMibHasTrapTypeMacro;
+    MibTokenList* m_pUnresObjList;
+    MibTokenList* m_pUserTypeList;
+    node* m_head_old_nodes;
+
+    // Index beside m_pUserTypeList (name -> record), so that type lookups do
+    // not walk the list.  Kept in step by AppendUserTypeOnTokenList and
+    // cleared whenever m_pUserTypeList is released.
+    std::unordered_map<std::string, MibUserType*> m_userTypeIndex;
+
+    CMib2Trap();
+    ~CMib2Trap();
+    CMib2Trap(const CMib2Trap&) = delete;
+    CMib2Trap& operator=(const CMib2Trap&) = delete;
+
+    // Compiler object and modes.
+    bool Initialize(const char* szFile, const char* szOutFile, int pass);
+    bool CompileMIB(const char* szFile, int pass);
+
+    // Message catalog.
+    static char* LoadString(unsigned int ID);
+    void DisplayMsg(unsigned int nID, ...);
+
+    // Trace file: printf-style record, ignored when no trace file is open.
+    void Trace(const char* fmt, ...)
+#if defined(__GNUC__)
+        __attribute__((format(printf, 2, 3)))
+#endif
+        ;
+
+    // Keyword table and tokenizer.
+    void HashInit();
+    int GetToken(FILE* fp, char* szToken, int fFlag);
+    char* MibGetModFromLine(const char* szLine, const char* szMatch);
+
+    // Text readers.
+    char* GetQuotedText(FILE* pFile, char* szToken);
+    bool SkipRefText(char* szToken);
+    tagBracedList* GetBracedList(FILE* pFile, int flag, int* type, char* szToken);
+    char* GetSubtypeString(FILE* pFile, char* szToken, int* type, node* np);
+
+    // Module parser.
+    ModListNode* Parse(int pass);
+    bool ParseDefinitions(char* szName);
+    void ResolveObjTypeRefs(MibTokenList* unresObjList, MibTokenList* userTypeList);
+
+    // Records.
+    node* CreateNode(int type);
+    static void GenericZeroMemory(void* here, size_t len);
+    static void FreeNode(node* np);
+    static void FreeNodeList(node* np);
+    static void FreeModList(ModListNode* mod_list);
+    static void FreeEnumList(MibEnumList* ep);
+    static void FreeBracedList(tagBracedList* blp);
+    static void FreeKeywordList(keyword* kp);  // annotation records of a trap
+
+    // Object identifier values.
+    int GetOid(subid* oider, int length);
+    node* ParseObjectId(char* szName);
+
+    // Statement parsers.
+    node* ParseObjectType(char* szName);
+    node* ParseTrapType(char* szName, node* nodes);
+    node* ParseNotificationType(char* szName);
+    int FixTrapTypeNodes(node** nodes);
+    node* ParseModuleIdentity(char* szName);
+    node* ParseObjectIdentity(char* szName);
+    node* ParseObjectGroup(char* szName);
+    node* ParseNotificationGroup(char* szName);
+    node* ParseModuleCompliance(char* szName);
+    node* ParseAgentCapabilities(char* szName);
+
+    // SYNTAX clauses and user types.
+    bool GetSyntax(char* szToken, int* type, node* np);
+    int ParseEnums(char* szToken, MibEnumList** enums);
+    int ParseUserType(char* szToken, char* szName, node* cur_np);
+    int ParseTextualConvention(char* szToken, char* szName, node* np);
+    static MibUserType* CreateUserTypeElement(const char* szName, int type, MibEnumList* enums,
+                                              const char* szUserDef, const char* szSubtype);
+    bool AppendUserTypeOnTokenList(MibUserType* utp, MibTokenList** p_utlist);
+    static bool CompareUserTypes(MibUserType* utp1, MibUserType* utp2);
+    MibUserType* FindUserTypeOnTokenList(const char* szName, MibTokenList* userTypeList);
+    static MibEnumList* DupEnumList(MibEnumList* oldEp);
+    static void AppendObjDefnOnTokenList(node* pObjDefn, MibTokenList** pObjList);
+    static void FreeUserTypeElement(MibUserType* utp);
+    void ReleaseUserTypeList();  // detaches and frees m_pUserTypeList, clears the index
+
+    // Token lists.
+    static void CreateTokenListHead(MibTokenList** tlh);
+    static MibTokenList* InsertTokenIntoQueue(char* szToken, MibTokenList* tlh);
+    static void Insque(MibTokenList* elem, MibTokenList* pred);
+    static void Remque(MibTokenList* elem);
+    static void FreeTokenElement(MibTokenList* tl);
+    static void FreeTokenList(MibTokenList* tlh);
+    static void FreeObjDefnOnTokenList(MibTokenList* tlh);
+
+    // Import resolution.
+    bool ProcessImports(importFilesList* importFile, FILE* file);
+    NameValueList* ResolveParent(node* root, const char* szLabel, NameValueList* list);
+
+    // Writers.
+    bool PrintMIB(ModListNode* pHead, FILE* file);
+    void AddToQueue(std::vector<node*>* m_vAll, std::vector<node*>* m_npQueue, node* np);
+    bool PrintUserTypes(FILE* file);
+
+private:
+    // Lookup state of AddToQueue: the first record of vAll for each label and
+    // the records already queued, rebuilt whenever AddToQueue is handed a
+    // different vAll or queue.
+    const std::vector<node*>* m_indexedAll = nullptr;
+    size_t m_indexedAllSize = 0;
+    std::unordered_map<std::string, node*> m_firstByLabel;
+    const std::vector<node*>* m_indexedQueue = nullptr;
+    std::unordered_set<const node*> m_queued;
+
+    // Definitions of the module ResolveParent walks, by label, and the labels
+    // it has already resolved for that module.
+    node* m_resolveRoot = nullptr;
+    std::unordered_map<std::string, std::vector<node*>> m_defsByLabel;
+    std::unordered_set<std::string> m_resolvedLabels;
+};
+
+#endif  // TRAPSMITH_MIB2TRAP_H
