@@ -1,0 +1,80 @@
+// Helpers shared by the unit tests: a compiler object reading a MIB text from
+// memory, with its trace and output captured in temporary files.
+#ifndef TRAPSMITH_TEST_UTIL_H
+#define TRAPSMITH_TEST_UTIL_H
+
+#include <cstdio>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "mib2trap.h"
+
+// Reads the whole of a stream from its start, leaving the position at its end.
+inline std::string ReadStream(FILE* f) {
+    std::string s;
+    if (!f) return s;
+    fflush(f);
+    rewind(f);
+    char buf[4096];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof buf, f)) > 0) s.append(buf, n);
+    return s;
+}
+
+// A stream holding text, positioned at its start.
+inline FILE* TextStream(const std::string& text) {
+    FILE* f = std::tmpfile();
+    if (f) {
+        fwrite(text.data(), 1, text.size(), f);
+        rewind(f);
+    }
+    return f;
+}
+
+// A compiler object set up as a compile would leave it just before parsing:
+// keyword hash built, input open on `text`, line counter at 1, the process
+// state reset, and trace and intermediate output going to temporary files.
+struct MibFixture {
+    CMib2Trap mib;
+
+    explicit MibFixture(const std::string& text = "") {
+        ResetProcessState();
+        mib.HashInit();
+        mib.m_pInFile = TextStream(text);
+        mib.m_pTrapFile = std::tmpfile();
+        mib.m_pCfgFile = std::tmpfile();
+        mib.m_nLine = 1;
+    }
+    ~MibFixture() {
+        if (mib.m_pInFile) fclose(mib.m_pInFile);
+        if (mib.m_pTrapFile) fclose(mib.m_pTrapFile);
+        if (mib.m_pCfgFile) fclose(mib.m_pCfgFile);
+        mib.m_pInFile = mib.m_pTrapFile = mib.m_pCfgFile = nullptr;
+        ResetProcessState();
+    }
+    MibFixture(const MibFixture&) = delete;
+    MibFixture& operator=(const MibFixture&) = delete;
+
+    // Next token in plain mode (or with the given flags).
+    int Next(std::string* text = nullptr, int flags = 0) {
+        char buf[TRAP_TOKEN_BUF];
+        int code = mib.GetToken(mib.m_pInFile, buf, flags);
+        if (text) *text = buf;
+        return code;
+    }
+    std::string TraceText() { return ReadStream(mib.m_pTrapFile); }
+    std::string OutputText() { return ReadStream(mib.m_pCfgFile); }
+};
+
+// Captures what a piece of code prints on standard output.
+#define CAPTURE_STDOUT(out, stmt)                 \
+    do {                                          \
+        fflush(stdout);                           \
+        ::testing::internal::CaptureStdout();     \
+        stmt;                                     \
+        fflush(stdout);                           \
+        out = ::testing::internal::GetCapturedStdout(); \
+    } while (0)
+
+#endif  // TRAPSMITH_TEST_UTIL_H
