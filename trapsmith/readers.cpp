@@ -1,6 +1,295 @@
-// Placeholder: replaced by the real implementation.
+// Readers of the constructs that are not single words: quoted texts,
+// REFERENCE texts (skipped), brace-enclosed lists and parenthesised subtypes.
+// Each leaves the word that follows the construct, and its code, for the
+// caller.  Every string and list record they return is allocated with malloc.
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
 #include "mib2trap.h"
-char* CMib2Trap::GetQuotedText(FILE*, char*) { return nullptr; }
-bool CMib2Trap::SkipRefText(char*) { return false; }
-tagBracedList* CMib2Trap::GetBracedList(FILE*, int, int* type, char*) { *type = 0; return nullptr; }
-char* CMib2Trap::GetSubtypeString(FILE*, char*, int* type, node*) { *type = 0; return nullptr; }
+#include "parse.h"
+#include "tokenizer_state.h"
+
+namespace {
+
+constexpr size_t QUOTED_MAX = 4096;   // longest quoted text kept
+constexpr size_t ITEM_MAX = 1023;     // longest quoted list item
+constexpr size_t SUBTYPE_MAX = 1023;  // longest subtype text kept
+
+char* CopyText(const char* text, size_t len) {
+    char* copy = static_cast<char*>(malloc(len + 1));
+    if (copy != nullptr) {
+        memcpy(copy, text, len);
+        copy[len] = '\0';
+    }
+    return copy;
+}
+
+// Once a reader goes on reading a text directly from the stream after its
+// first word, the character that ended that word is part of the text: it is
+// taken from the push-back here (a newline counted at once), so that it is
+// neither counted late nor read again as a word after the text.
+void ConsumePushBack(int* pLine) {
+    if (chLast == '\n') CountLine(pLine);
+    chLast = ' ';
+}
+
+// Reads up to and including the next double quote, counting newlines.
+// Returns false at end of input.
+bool SkipToQuote(FILE* fp, int* pLine) {
+    for (;;) {
+        const int c = ReadMibChar(fp);
+        if (c == EOF) return false;
+        if (c == '"') return true;
+        if (c == '\n') CountLine(pLine);
+    }
+}
+
+void FreeItems(tagBracedList* list) {
+    while (list != nullptr) {
+        tagBracedList* next = list->pNext;
+        free(list->szString);
+        free(list);
+        list = next;
+    }
+}
+
+tagBracedList* NewItem(const std::string& text) {
+    tagBracedList* item = static_cast<tagBracedList*>(calloc(1, sizeof(tagBracedList)));
+    if (item == nullptr) return nullptr;
+    item->szString = CopyText(text.data(), text.size());
+    if (item->szString == nullptr) {
+        free(item);
+        return nullptr;
+    }
+    return item;
+}
+
+}  // namespace
+
+char* CMib2Trap::GetQuotedText(FILE* pFile, char* szToken) {
+    GetToken(pFile, szToken, 0);
+    if (szToken[0] != '"') {
+        DisplayMsg(125, szToken);
+        return nullptr;
+    }
+
+    std::string text(szToken + 1);
+    const size_t quote = text.find('"');
+    bool cut = false;
+    if (quote != std::string::npos) {
+        // The text ends inside its first word; anything glued after the
+        // closing quote is dropped, and the push-back is the genuine next
+        // character of the stream.
+        text.resize(quote);
+    } else {
+        // One blank stands for the character that ended the first word.
+        ConsumePushBack(&m_nLine);
+        text += ' ';
+        for (;;) {
+            const int c = ReadMibChar(pFile);
+            if (c == '"') break;
+            if (c == EOF) {
+                DisplayMsg(126);
+                return nullptr;
+            }
+            if (text.size() >= QUOTED_MAX) {
+                // Too long: the text is cut here and the rest skipped below.
+                if (c == '\n') CountLine(&m_nLine);
+                cut = true;
+                break;
+            }
+            text += static_cast<char>(c);
+            if (c == '\n') {
+                CountLine(&m_nLine);
+                // Drop the indentation of the next line.
+                int d = ReadMibChar(pFile);
+                while (d != '\n' && IsMibSpace(d)) d = ReadMibChar(pFile);
+                if (d != EOF) ungetc(d, pFile);
+            }
+        }
+    }
+    if (cut) SkipToQuote(pFile, &m_nLine);
+    return CopyText(text.data(), text.size());
+}
+
+bool CMib2Trap::SkipRefText(char* szToken) {
+    GetToken(m_pInFile, szToken, 0);
+    if (szToken[0] != '"') {
+        DisplayMsg(204);
+        return false;
+    }
+    const size_t len = strlen(szToken);
+    if (len == 1 || szToken[len - 1] != '"') {
+        ConsumePushBack(&m_nLine);
+        if (!SkipToQuote(m_pInFile, &m_nLine)) {
+            DisplayMsg(205);
+            return false;
+        }
+    }
+    return true;
+}
+
+tagBracedList* CMib2Trap::GetBracedList(FILE* pFile, int flag, int* type, char* szToken) {
+    if (*type == TOK_DEFVAL) {
+        // The value is skipped, nested braces included; a placeholder item
+        // tells the caller that a value was there.
+        *type = GetToken(pFile, szToken, 0);
+        if (szToken[0] != '{') return nullptr;
+        int depth = 1;
+        while (depth > 0) {
+            if (GetToken(pFile, szToken, GT_COMMA) == TOK_EOF) break;
+            if (szToken[0] == '{')
+                ++depth;
+            else if (szToken[0] == '}')
+                --depth;
+        }
+        *type = GetToken(pFile, szToken, flag);
+        return NewItem(std::string());
+    }
+
+    const bool bSequence = (*type == TOK_SEQUENCE);
+    int code = GetToken(pFile, szToken, 0);
+    *type = code;
+    if (code != TOK_BRACE || strcmp(szToken, "{") != 0) return nullptr;
+
+    tagBracedList* head = nullptr;
+    tagBracedList* tail = nullptr;
+    bool bCommaExpected = false;
+    int implied_cnt = 0;
+    auto fail = [&]() -> tagBracedList* {
+        FreeItems(head);
+        *type = 0;
+        return nullptr;
+    };
+
+    code = GetToken(pFile, szToken, GT_COMMA);
+    for (;;) {
+        if (code == TOK_BRACE || szToken[0] == '}') {
+            if (!bCommaExpected && head != nullptr) DisplayMsg(132, szToken);
+            *type = GetToken(pFile, szToken, flag);
+            return head;
+        }
+        if (code == TOK_EOF) return fail();
+        if (implied_cnt > 0) {
+            DisplayMsg(127);
+            return fail();
+        }
+
+        std::string item;
+        if (szToken[0] == '"') {
+            // A quoted item runs over further words up to the one that ends
+            // with the closing quote.
+            item = szToken + 1;
+            while (item.empty() || item.back() != '"') {
+                code = GetToken(pFile, szToken, 0);
+                if (code == TOK_EOF) break;
+                if (item.size() + 1 + strlen(szToken) > ITEM_MAX) {
+                    DisplayMsg(128, szToken);
+                    return fail();
+                }
+                item += ' ';
+                item += szToken;
+            }
+            if (!item.empty()) item.pop_back();
+        } else {
+            item = szToken;
+        }
+
+        const bool bImplied = strcmp(szToken, "IMPLIED") == 0;
+        if (bImplied) ++implied_cnt;
+
+        if (bCommaExpected) {
+            if (code == TOK_COMMA)
+                code = GetToken(pFile, szToken, GT_COMMA);
+            else
+                DisplayMsg(130, szToken);
+            bCommaExpected = false;
+            continue;
+        }
+        if (code == TOK_COMMA) {
+            DisplayMsg(131, szToken);
+            code = GetToken(pFile, szToken, GT_COMMA);
+            continue;
+        }
+
+        if (bImplied || bSequence) {
+            // IMPLIED and SEQUENCE items take a second word: the indexed
+            // object, or the member's type (whose subtype is dropped).
+            item += ' ';
+            code = GetToken(pFile, szToken, GT_COMMA);
+            if (code == TOK_COMMA) {
+                DisplayMsg(131, szToken);
+                code = GetToken(pFile, szToken, GT_COMMA);
+            }
+            item += szToken;
+            free(GetSubtypeString(pFile, szToken, &code, nullptr));
+        } else {
+            code = GetToken(pFile, szToken, GT_COMMA);
+        }
+
+        tagBracedList* rec = NewItem(item);
+        if (rec == nullptr) return fail();
+        if (tail != nullptr)
+            tail->pNext = rec;
+        else
+            head = rec;
+        tail = rec;
+        bCommaExpected = true;
+    }
+}
+
+char* CMib2Trap::GetSubtypeString(FILE* pFile, char* szToken, int* type, node* np) {
+    *type = GetToken(pFile, szToken, GT_COMMA | GT_PARENS);
+    if (szToken[0] != '(') return nullptr;
+
+    // Kept to SUBTYPE_MAX characters; a longer text is cut there, but reading
+    // still goes on to the balancing ")" so that the parse stays in step.
+    std::string text("(");
+    int depth = 1;
+    while (depth > 0) {
+        const int code = GetToken(pFile, szToken, GT_PARENS);
+        if (code == TOK_EOF) break;
+        if (code == TOK_PAREN) {
+            if (szToken[0] == '(')
+                ++depth;
+            else
+                --depth;
+        }
+        if (text.size() < SUBTYPE_MAX)
+            text.append(szToken, strnlen(szToken, SUBTYPE_MAX - text.size()));
+    }
+    *type = GetToken(pFile, szToken, GT_COMMA);
+
+    std::string packed;
+    packed.reserve(text.size());
+    for (char ch : text)
+        if (!IsMibSpace(static_cast<unsigned char>(ch))) packed += ch;
+
+    if (np != nullptr) {
+        // A single fixed size, SIZE(6), SIZE('06'H) or SIZE('110'B), gives
+        // the record's fixed length; ranges and choices do not.
+        const size_t at = packed.find("SIZE(");
+        if (at != std::string::npos) {
+            const size_t start = at + 5;
+            size_t i = start;
+            while (i < packed.size()) {
+                const char ch = packed[i];
+                if ((ch >= '0' && ch <= '9') || ch == '\'' || ch == 'H' || ch == 'h' ||
+                    ch == 'B' || ch == 'b')
+                    ++i;
+                else
+                    break;
+            }
+            if (i < packed.size() && packed[i] == ')') {
+                // The decimal form relies on the number being stored although
+                // ")" follows it.
+                std::string value = packed.substr(start);
+                int32_t v = np->fixed_len;
+                ParseEnumValue(&value[0], &v);
+                np->fixed_len = v;
+            }
+        }
+    }
+    return CopyText(packed.data(), packed.size());
+}

@@ -1,5 +1,193 @@
-// Placeholder: replaced by the real implementation.
+// The tokenizer: splits a MIB stream into words, drops comments, counts lines,
+// picks up the " START OF MIB:" name and, in annotation mode, returns "--"
+// comment lines whole.
+#include <cstdlib>
+#include <cstring>
+
 #include "mib2trap.h"
-void ResetTokenizerState() {}
-int CMib2Trap::GetToken(FILE*, char* szToken, int) { szToken[0] = 0; return TOK_EOF; }
-char* CMib2Trap::MibGetModFromLine(const char*, const char*) { return nullptr; }
+#include "tokenizer_state.h"
+
+int chLast = ' ';
+
+// Called whenever a parse starts on a new stream, so that a character pushed
+// back by an earlier, abandoned parse cannot leak into the new file.
+void ResetTokenizerState() { chLast = ' '; }
+
+namespace {
+
+constexpr int PLAIN_MAX_TOKEN = TOKEN_BUF;           // 256
+constexpr int TRAP_MAX_TOKEN = TRAP_TOKEN_BUF - 1;   // 1024
+constexpr int COMMENT_MAX = 1024;
+constexpr char START_OF_MIB[] = " START OF MIB:";
+
+tok* FindKeyword(tok* const* buckets, const char* word) {
+    const int32_t hash = KeywordHash(word);
+    for (tok* t = buckets[static_cast<uint32_t>(hash) & 31u]; t != nullptr; t = t->pNext)
+        if (t->nHash == hash && strcmp(t->szName, word) == 0) return t;
+    return nullptr;
+}
+
+}  // namespace
+
+int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
+    const bool bTrapKeywords = (fFlag & GT_TRAPKEYWORDS) != 0;
+    const int cbMaxToken = bTrapKeywords ? TRAP_MAX_TOKEN : PLAIN_MAX_TOKEN;
+
+    char szTerminate[9];
+    int nTerm = 0;
+    szTerminate[nTerm++] = '{';
+    szTerminate[nTerm++] = '}';
+    if (fFlag & GT_COMMA) szTerminate[nTerm++] = ',';
+    if (fFlag & GT_PARENS) {
+        szTerminate[nTerm++] = '(';
+        szTerminate[nTerm++] = ')';
+    }
+    szTerminate[nTerm] = '\0';
+
+    // The word is built here and copied out at the end, so that the caller's
+    // buffer receives at most cbMaxToken - 1 characters and its terminator.
+    char token[TRAP_MAX_TOKEN + 1];
+    int tokenLen = 0;
+    char szComment[COMMENT_MAX + 1];
+    int commentLen = 0;
+    int dashcnt = 0;  // 0 text, 1 one "-" in text, -2 in a comment, -1 one "-" in a comment
+
+    szToken[0] = '\0';
+    if (fp == nullptr) return TOK_EOF;
+
+    auto finish = [&](int code) {
+        token[tokenLen] = '\0';
+        memcpy(szToken, token, static_cast<size_t>(tokenLen) + 1);
+        return code;
+    };
+    // TOK_EOF always leaves the empty string.
+    auto endOfInput = [&]() {
+        chLast = ' ';
+        szToken[0] = '\0';
+        return TOK_EOF;
+    };
+    // The input ends while a word is being built: the end of input ends the
+    // word as white space would, and the next call returns TOK_EOF.  Many MIB
+    // files end in "END" without a final newline, and dropping that word would
+    // fail them with "Missing keyword END".
+    auto endOfInputInWord = [&]() -> int {
+        if (dashcnt == 1 && tokenLen < cbMaxToken - 1) token[tokenLen++] = '-';
+        if (tokenLen == 0) return endOfInput();
+        chLast = ' ';
+        token[tokenLen] = '\0';
+        if ((fFlag & GT_OBJECT) && strcmp(token, "OBJECT") == 0) return finish(TOK_OBJECT);
+        const tok* kw = FindKeyword(m_pBuckets, token);
+        if (kw == nullptr || kw->nToken == TOK_CONTINUE) return finish(TOK_LABEL);
+        return finish(kw->nToken);
+    };
+    // Over-long word: warn once, skip the rest of it up to white space and
+    // return its first cbMaxToken - 1 characters.  `next` is the first
+    // character not yet examined.
+    auto truncate = [&](int next) {
+        DisplayMsg(123);
+        while (next != EOF && !IsMibSpace(next)) next = ReadMibChar(fp);
+        chLast = (next == EOF) ? ' ' : next;
+        tokenLen = cbMaxToken - 1;
+        return finish(TOK_LABEL);
+    };
+    auto isTerminator = [&](int ch) {
+        return ch != '\0' && strchr(szTerminate, ch) != nullptr;
+    };
+
+    int c = chLast;
+    while (IsMibSpace(c)) {
+        if (c == '\n') CountLine(&m_nLine);
+        c = ReadMibChar(fp);
+    }
+    if (c == EOF) return endOfInput();
+
+    for (;;) {
+        if (c == '-') {
+            // "--" opens a comment in text and closes it inside a comment.
+            if (++dashcnt > 1) dashcnt = -2;
+        } else {
+            if (dashcnt == 1) {
+                // A single dash belongs to the word.
+                token[tokenLen++] = '-';
+                dashcnt = 0;
+                if (tokenLen >= cbMaxToken) return truncate(c);
+            } else if (dashcnt == -1) {
+                // A single dash inside a comment is comment text.
+                dashcnt = -2;
+                if (bTrapKeywords) {
+                    token[tokenLen++] = '-';
+                    if (tokenLen >= cbMaxToken) return truncate(c);
+                } else if (commentLen < COMMENT_MAX) {
+                    szComment[commentLen++] = '-';
+                }
+            }
+
+            const bool endsWord = (dashcnt == 0 && (IsMibSpace(c) || isTerminator(c))) ||
+                                  (bTrapKeywords && dashcnt == -2 && c == '\n');
+            if (endsWord) {
+                if (tokenLen > 0) {
+                    chLast = c;
+                    token[tokenLen] = '\0';
+                    if ((fFlag & GT_OBJECT) && strcmp(token, "OBJECT") == 0)
+                        return finish(TOK_OBJECT);
+                    const tok* kw = FindKeyword(m_pBuckets, token);
+                    if (kw == nullptr) return finish(TOK_LABEL);
+                    if (kw->nToken != TOK_CONTINUE) return finish(kw->nToken);
+                    // "OBJECT" or "OCTET" right against a brace, comma or
+                    // parenthesis: the punctuation is left for the next call
+                    // and the word stands alone.
+                    if (!IsMibSpace(c)) return finish(TOK_LABEL);
+                    // Otherwise the white space is taken as the blank of the
+                    // two-word keyword and the same word goes on.
+                    if (c == '\n') CountLine(&m_nLine);
+                    chLast = ' ';
+                    token[tokenLen++] = ' ';
+                } else if (!IsMibSpace(c)) {
+                    chLast = ' ';
+                    token[tokenLen++] = static_cast<char>(c);
+                    if (c == ',') return finish(TOK_COMMA);
+                    if (c == '(' || c == ')') return finish(TOK_PAREN);
+                    return finish(TOK_BRACE);
+                } else if (c == '\n') {
+                    dashcnt = 0;
+                    commentLen = 0;
+                    CountLine(&m_nLine);
+                    chLast = ' ';
+                }
+            } else if (dashcnt == 0 || bTrapKeywords) {
+                // Text, or comment text in annotation mode: part of the word.
+                token[tokenLen++] = static_cast<char>(c);
+                if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
+            } else if (c == '\n') {
+                // End of a comment line in plain mode.  A word begun before
+                // the comment goes on with the next line.
+                szComment[commentLen] = '\0';
+                char* name = MibGetModFromLine(szComment, START_OF_MIB);
+                if (name != nullptr) {
+                    free(m_szMibName);
+                    m_szMibName = name;
+                    m_mibStartLine = m_nLine;
+                }
+                CountLine(&m_nLine);
+                dashcnt = 0;
+                commentLen = 0;
+            } else if (commentLen < COMMENT_MAX) {
+                szComment[commentLen++] = static_cast<char>(c);
+            }
+        }
+
+        c = ReadMibChar(fp);
+        if (c == EOF) return endOfInputInWord();
+    }
+}
+
+char* CMib2Trap::MibGetModFromLine(const char* szLine, const char* szMatch) {
+    if (szLine == nullptr || szMatch == nullptr) return nullptr;
+    const size_t matchLen = strlen(szMatch);
+    if (strncmp(szLine, szMatch, matchLen) != 0) return nullptr;
+    const char* rest = szLine + matchLen;
+    const size_t restLen = strlen(rest);
+    char* copy = static_cast<char*>(malloc(restLen + 1));
+    if (copy != nullptr) memcpy(copy, rest, restLen + 1);
+    return copy;
+}

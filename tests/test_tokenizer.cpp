@@ -1,0 +1,109 @@
+// The tokenizer: dashes and comments, two-word keywords, the flags, the word
+// length limits, line counting, annotation mode and the MIB name comment.
+#include "test_util.h"
+
+namespace {
+
+// Every word up to end of input as "code:text", blank-separated.
+std::string Lex(MibFixture& f, int flags = 0) {
+    std::string out, word;
+    for (int code; (code = f.Next(&word, flags)) != TOK_EOF;)
+        out += (out.empty() ? "" : " ") + std::to_string(code) + ":" + word;
+    return out;
+}
+
+std::string LexText(const std::string& text, int flags = 0) {
+    MibFixture f(text + "\n");
+    return Lex(f, flags);
+}
+
+const std::string kTooLong = "\nLine: 1: Warning: token longer than allowed maximum, truncating";
+
+}  // namespace
+
+TEST(Tokenizer, DashesCommentsAndPunctuation) {
+    EXPECT_EQ(LexText("a-b - a--b\n c"), "1:a-b 1:- 1:a 1:c");
+    EXPECT_EQ(LexText("-- x -- IMPORTS foo--x\nbar"), "37:IMPORTS 1:foobar");
+    for (int n = 2; n <= 13; ++n)  // only lines of 5, 9 and 13 dashes leave a word
+        EXPECT_EQ(LexText(std::string(n, '-') + "\nEND"),
+                  (n == 5 || n == 9 || n == 13) ? "1:- 36:END" : "36:END") << n;
+
+    EXPECT_EQ(LexText("{iso}x a,b(1)"), "26:{ 1:iso 26:} 1:x 1:a,b(1)");
+    EXPECT_EQ(LexText("a,(b)", GT_COMMA | GT_PARENS), "1:a 72:, 76:( 1:b 76:)");
+    EXPECT_EQ(LexText("a,(b)", GT_COMMA), "1:a 72:, 1:(b)");
+}
+
+TEST(Tokenizer, TwoWordKeywords) {
+    EXPECT_EQ(LexText("OBJECT\tIDENTIFIER OCTET STRING"), "4:OBJECT IDENTIFIER 5:OCTET STRING");
+    EXPECT_EQ(LexText("OBJECT  IDENTIFIER"), "1:OBJECT  1:IDENTIFIER");
+    EXPECT_EQ(LexText("OBJECT ifType"), "1:OBJECT ifType");
+    EXPECT_EQ(LexText("OBJECT ifType", GT_OBJECT), "74:OBJECT 1:ifType");
+    // Against punctuation the first word stands alone and the punctuation
+    // is the next word.
+    EXPECT_EQ(LexText("OBJECT{x"), "1:OBJECT 26:{ 1:x");
+    EXPECT_EQ(LexText("OCTET,x OCTET(", GT_COMMA | GT_PARENS), "1:OCTET 72:, 1:x 1:OCTET 76:(");
+    EXPECT_EQ(LexText("OBJECT{", GT_OBJECT), "74:OBJECT 26:{");
+}
+
+TEST(Tokenizer, EndOfInputAndPushBackReset) {
+    MibFixture f("a{b END abc");
+    std::string word;
+    EXPECT_EQ(f.Next(&word), TOK_LABEL);
+    ResetTokenizerState();  // a new stream starts: the "{" that ended "a" is forgotten
+    EXPECT_EQ(Lex(f), "1:b 36:END 1:abc");  // the end of input ends the last word
+    EXPECT_EQ(f.Next(&word), TOK_EOF);
+    EXPECT_EQ(word, "");
+
+    // A file whose last line has no newline still ends in END; a dash held
+    // back at the end and a word before a final comment are kept as well.
+    MibFixture g("BEGIN END");
+    EXPECT_EQ(Lex(g), "35:BEGIN 36:END");
+    MibFixture h("a- b-- c");
+    EXPECT_EQ(Lex(h), "1:a- 1:b");
+    MibFixture k("OBJECT");
+    EXPECT_EQ(Lex(k), "1:OBJECT");
+}
+
+TEST(Tokenizer, OverLongWordsAreCutOnceAndSkipped) {
+    std::string out, lexed;
+    MibFixture f(std::string(300, 'a') + "\nnext " + std::string(255, 'b') + "-c d ");
+    CAPTURE_STDOUT(out, lexed = Lex(f));
+    EXPECT_EQ(lexed, "1:" + std::string(255, 'a') + " 1:next 1:" + std::string(255, 'b') + " 1:d");
+    EXPECT_EQ(out, kTooLong + "\nLine: 2: Warning: token longer than allowed maximum, truncating");
+    EXPECT_EQ(f.mib.m_nLine, 2);
+
+    // Annotation mode allows 1,023 characters.
+    CAPTURE_STDOUT(out, lexed = LexText("--#" + std::string(1100, 'x') + " tail", GT_TRAPKEYWORDS));
+    EXPECT_EQ(lexed, "1:#" + std::string(1022, 'x') + " 1:tail");
+    EXPECT_EQ(out, kTooLong);
+}
+
+TEST(Tokenizer, AnnotationModeReturnsCommentLines) {
+    const std::string text =
+        "--#SEVERITY MAJOR\n  --#SUMMARY \"Power-supply failure\"\n--#TYPE\n-- remark\n"
+        "--#HELP a--b c\n::= ";
+    MibFixture f(text);
+    EXPECT_EQ(Lex(f, GT_TRAPKEYWORDS),
+              "1:#SEVERITY MAJOR 1:#SUMMARY \"Power-supply failure\" 82:#TYPE 1: remark "
+              "1:#HELP ab 1:c 27:::=");
+    EXPECT_EQ(f.mib.m_nLine, 6);
+    EXPECT_EQ(LexText(text), "1:b 1:c 27:::=");  // plain mode: comments, closed by "--"
+}
+
+TEST(Tokenizer, CountsEveryNewlineOnce) {
+    MibFixture f("a\n\n-- c1\n  -- c2 --  b\r\n\tOBJECT\nIDENTIFIER -- x\n--\n---\n-----\nz\n");
+    EXPECT_EQ(Lex(f), "1:a 1:b 4:OBJECT IDENTIFIER 1:- 1:z");
+    EXPECT_EQ(f.mib.m_nLine, 11);
+}
+
+TEST(Tokenizer, StartOfMibCommentNamesTheMib) {
+    MibFixture f("x\n-- START OF MIB: A\n-- START OF MIB: RFC1213-MIB \n--START OF MIB: NO\ny\n");
+    EXPECT_EQ(Lex(f), "1:x 1:y");
+    ASSERT_NE(f.mib.m_szMibName, nullptr);
+    EXPECT_STREQ(f.mib.m_szMibName, " RFC1213-MIB ");
+    EXPECT_EQ(f.mib.m_mibStartLine, 3);
+
+    MibFixture g("-- START OF MIB: A\nEND ");  // annotation mode never sets it
+    Lex(g, GT_TRAPKEYWORDS);
+    EXPECT_EQ(g.mib.m_szMibName, nullptr);
+}
