@@ -1,9 +1,67 @@
-// Placeholder: replaced by the real implementation.
+// Token lists: circular doubly linked lists with a head element, each element
+// carrying one pointer that the list either owns (a heap string, released
+// with free()) or borrows (a record that lives elsewhere).
+#include <cstdlib>
+
 #include "mib2trap.h"
-void CMib2Trap::CreateTokenListHead(MibTokenList**) {}
-MibTokenList* CMib2Trap::InsertTokenIntoQueue(char*, MibTokenList*) { return nullptr; }
-void CMib2Trap::Insque(MibTokenList*, MibTokenList*) {}
-void CMib2Trap::Remque(MibTokenList*) {}
-void CMib2Trap::FreeTokenElement(MibTokenList*) {}
-void CMib2Trap::FreeTokenList(MibTokenList*) {}
-void CMib2Trap::FreeObjDefnOnTokenList(MibTokenList*) {}
+
+// When the head cannot be allocated the list stays absent, so a following
+// InsertTokenIntoQueue returns null and the caller keeps its payload.
+void CMib2Trap::CreateTokenListHead(MibTokenList** tlh) {
+    if (tlh == nullptr || *tlh != nullptr) return;
+    MibTokenList* head = static_cast<MibTokenList*>(std::calloc(1, sizeof(MibTokenList)));
+    if (head == nullptr) return;
+    head->forw = head;
+    head->back = head;
+    *tlh = head;
+}
+
+// Appends the payload at the tail; the payload is stored as given, not copied.
+// Returns null, leaving the payload with the caller, when there is no list or
+// no memory for the element.
+MibTokenList* CMib2Trap::InsertTokenIntoQueue(char* szToken, MibTokenList* tlh) {
+    if (tlh == nullptr) return nullptr;
+    MibTokenList* elem = static_cast<MibTokenList*>(std::calloc(1, sizeof(MibTokenList)));
+    if (elem == nullptr) return nullptr;
+    elem->szToken = szToken;
+    Insque(elem, tlh->back);
+    return elem;
+}
+
+void CMib2Trap::Insque(MibTokenList* elem, MibTokenList* pred) {
+    pred->forw->back = elem;
+    elem->forw = pred->forw;
+    elem->back = pred;
+    pred->forw = elem;
+}
+
+// Unlinks elem from its neighbours; elem's own links are left as they were.
+void CMib2Trap::Remque(MibTokenList* elem) {
+    elem->forw->back = elem->back;
+    elem->back->forw = elem->forw;
+}
+
+void CMib2Trap::FreeTokenElement(MibTokenList* tl) {
+    if (tl == nullptr) return;
+    std::free(tl->szToken);
+    std::free(tl);
+}
+
+void CMib2Trap::FreeTokenList(MibTokenList* tlh) {
+    if (tlh == nullptr) return;
+    MibTokenList* elem = tlh->forw;
+    while (elem != tlh) {
+        MibTokenList* next = elem->forw;
+        Remque(elem);
+        FreeTokenElement(elem);
+        elem = next;
+    }
+    std::free(tlh);  // the head's payload is not consulted
+}
+
+// Detaches the borrowed payloads so that a following FreeTokenList releases
+// only the list itself.
+void CMib2Trap::FreeObjDefnOnTokenList(MibTokenList* tlh) {
+    if (tlh == nullptr) return;
+    for (MibTokenList* elem = tlh->forw; elem != tlh; elem = elem->forw) elem->szToken = nullptr;
+}
