@@ -1,12 +1,220 @@
-// Placeholder: replaced by the real implementation.
+// User types: plain type assignments ("Name ::= syntax") and TEXTUAL-CONVENTION
+// macros, the MibUserType records that hold them and the user-type list
+// m_pUserTypeList on which a later SYNTAX clause finds them by name.
+#include <cstdlib>
+#include <cstring>
+
 #include "mib2trap.h"
-int CMib2Trap::ParseUserType(char*, char*, node*) { return 0; }
-int CMib2Trap::ParseTextualConvention(char*, char*, node*) { return 0; }
-MibUserType* CMib2Trap::CreateUserTypeElement(const char*, int, MibEnumList*, const char*, const char*) { return nullptr; }
-bool CMib2Trap::AppendUserTypeOnTokenList(MibUserType*, MibTokenList**) { return false; }
-bool CMib2Trap::CompareUserTypes(MibUserType*, MibUserType*) { return false; }
-MibUserType* CMib2Trap::FindUserTypeOnTokenList(const char*, MibTokenList*) { return nullptr; }
-MibEnumList* CMib2Trap::DupEnumList(MibEnumList*) { return nullptr; }
-void CMib2Trap::AppendObjDefnOnTokenList(node*, MibTokenList**) {}
-void CMib2Trap::FreeUserTypeElement(MibUserType*) {}
-void CMib2Trap::ReleaseUserTypeList() {}
+
+namespace {
+
+// Heap copy of a text for a record field; null stays null.
+char* CopyText(const char* sz) {
+    return sz ? strdup(sz) : nullptr;
+}
+
+bool SameText(const char* a, const char* b) {
+    if (!a || !b) return a == b;
+    return strcmp(a, b) == 0;
+}
+
+}  // namespace
+
+int CMib2Trap::ParseUserType(char* szToken, char* szName, node* cur_np) {
+    node* np = CreateNode(TOK_LABEL);
+    if (!np) return 0;
+    snprintf(np->szLabel, sizeof np->szLabel, "%s", szName);
+    np->def_line = m_nNameLine;
+
+    int type = GetToken(m_pInFile, szToken, GT_PARENS);
+    if (type == TOK_TEXTUAL_CONVENTION) {
+        type = ParseTextualConvention(szToken, szName, np);
+        if (type == 0) {
+            FreeNode(np);
+            return 0;
+        }
+    } else if (!GetSyntax(szToken, &type, np)) {
+        FreeNode(np);
+        return 0;
+    }
+
+    if (np->syntax == TOK_SEQUENCE || np->syntax == TOK_OF) {
+        // A SEQUENCE or SEQUENCE OF assignment describes the row or table
+        // structure of the definition before it and is no user type.  The
+        // scratch node becomes owned by that definition (FreeNode releases it
+        // with its owner); one stored there earlier is released first.  With
+        // no definition before it there is nothing to attach it to.
+        if (cur_np) {
+            if (cur_np->userDefinedSequence) FreeNode(cur_np->userDefinedSequence);
+            cur_np->userDefinedSequence = np;
+        } else {
+            FreeNode(np);
+        }
+        return type;
+    }
+
+    // The new record takes copies, so the scratch node is released whatever
+    // the append decides (new entry, identical repeat or conflict).
+    MibUserType* utp =
+        CreateUserTypeElement(szName, np->syntax, np->enums, np->szUserDef, np->szSubtype);
+    FreeNode(np);
+    if (!utp || !AppendUserTypeOnTokenList(utp, &m_pUserTypeList)) return 0;
+    return type;
+}
+
+int CMib2Trap::ParseTextualConvention(char* szToken, char* /*szName*/, node* np) {
+    int type = GetToken(m_pInFile, szToken, 0);
+    if (type == TOK_DISPLAY_HINT) {
+        free(GetQuotedText(m_pInFile, szToken));
+        type = GetToken(m_pInFile, szToken, 0);
+    }
+    if (type != TOK_STATUS) {
+        DisplayMsg(139, szToken);
+        return 0;
+    }
+    GetToken(m_pInFile, szToken, 0);  // the status value; any word will do
+    type = GetToken(m_pInFile, szToken, 0);
+    if (type != TOK_DESCRIPTION) {
+        DisplayMsg(140, szToken);
+        return 0;
+    }
+    free(GetQuotedText(m_pInFile, szToken));
+    type = GetToken(m_pInFile, szToken, 0);
+    if (type == TOK_REFERENCE) {
+        free(GetQuotedText(m_pInFile, szToken));
+        type = GetToken(m_pInFile, szToken, 0);
+    }
+    if (type != TOK_SYNTAX) {
+        DisplayMsg(141, szToken);
+        return 0;
+    }
+    type = 0;
+    if (!GetSyntax(szToken, &type, np)) return 0;
+    return type;
+}
+
+MibUserType* CMib2Trap::CreateUserTypeElement(const char* szName, int type, MibEnumList* enums,
+                                              const char* szUserDef, const char* szSubtype) {
+    MibUserType* utp = static_cast<MibUserType*>(calloc(1, sizeof(MibUserType)));
+    if (!utp) return nullptr;
+    utp->type = type;
+    utp->szName = CopyText(szName);
+    utp->szUserDef = CopyText(szUserDef);
+    utp->szSubtype = CopyText(szSubtype);
+    utp->enums = DupEnumList(enums);
+    if ((szName && !utp->szName) || (szUserDef && !utp->szUserDef) ||
+        (szSubtype && !utp->szSubtype) || (enums && !utp->enums)) {
+        FreeUserTypeElement(utp);
+        return nullptr;
+    }
+    return utp;
+}
+
+bool CMib2Trap::AppendUserTypeOnTokenList(MibUserType* utp, MibTokenList** p_utlist) {
+    if (!utp || !p_utlist) return false;
+    // The index follows the compiler's own list, however that list is handed in.
+    const bool bOwnList =
+        p_utlist == &m_pUserTypeList || (*p_utlist && *p_utlist == m_pUserTypeList);
+
+    MibUserType* existing = FindUserTypeOnTokenList(utp->szName, *p_utlist);
+    if (existing) {
+        if (CompareUserTypes(existing, utp)) {
+            // An identical repeat (say, in a second module of the file) is
+            // dropped; the first definition keeps its place.
+            FreeUserTypeElement(utp);
+            return true;
+        }
+        DisplayMsg(203, utp->szName);
+        FreeUserTypeElement(utp);
+        return false;
+    }
+
+    // A new list on the member starts a new index: whatever the index held
+    // belonged to a list that has since been released.
+    if (bOwnList && !*p_utlist) m_userTypeIndex.clear();
+    CreateTokenListHead(p_utlist);
+    if (!InsertTokenIntoQueue(reinterpret_cast<char*>(utp), *p_utlist)) {
+        FreeUserTypeElement(utp);
+        return false;
+    }
+    if (bOwnList && utp->szName) m_userTypeIndex.emplace(utp->szName, utp);
+    return true;
+}
+
+bool CMib2Trap::CompareUserTypes(MibUserType* utp1, MibUserType* utp2) {
+    if (!utp1 || !utp2) return false;
+    if (!SameText(utp1->szName, utp2->szName) || utp1->type != utp2->type) return false;
+    // The subtype is deliberately left out: definitions that differ only in
+    // their constraint count as the same type.
+    if (!SameText(utp1->szUserDef, utp2->szUserDef)) return false;
+    const MibEnumList* e1 = utp1->enums;
+    const MibEnumList* e2 = utp2->enums;
+    for (; e1 && e2; e1 = e1->next, e2 = e2->next) {
+        if (e1->value != e2->value || !SameText(e1->szLabel, e2->szLabel)) return false;
+    }
+    return !e1 && !e2;
+}
+
+MibUserType* CMib2Trap::FindUserTypeOnTokenList(const char* szName, MibTokenList* userTypeList) {
+    if (!userTypeList || !szName) return nullptr;
+    if (userTypeList == m_pUserTypeList) {
+        // The compiler's own list is looked up through its index, so that a
+        // module with many types costs no walk per lookup.
+        auto it = m_userTypeIndex.find(szName);
+        return it == m_userTypeIndex.end() ? nullptr : it->second;
+    }
+    // Any other list (the writer keeps one of the types already written) is
+    // walked from the first element back to the head.
+    for (MibTokenList* tl = userTypeList->forw; tl && tl != userTypeList; tl = tl->forw) {
+        MibUserType* utp = reinterpret_cast<MibUserType*>(tl->szToken);
+        if (utp && utp->szName && strcmp(utp->szName, szName) == 0) return utp;
+    }
+    return nullptr;
+}
+
+MibEnumList* CMib2Trap::DupEnumList(MibEnumList* oldEp) {
+    MibEnumList* head = nullptr;
+    MibEnumList** tail = &head;
+    for (const MibEnumList* ep = oldEp; ep; ep = ep->next) {
+        MibEnumList* item = static_cast<MibEnumList*>(calloc(1, sizeof(MibEnumList)));
+        if (!item) {
+            FreeEnumList(head);
+            return nullptr;
+        }
+        *tail = item;
+        tail = &item->next;
+        item->value = ep->value;
+        if (ep->szLabel) {
+            item->szLabel = strdup(ep->szLabel);
+            if (!item->szLabel) {
+                FreeEnumList(head);
+                return nullptr;
+            }
+        }
+    }
+    return head;
+}
+
+void CMib2Trap::AppendObjDefnOnTokenList(node* pObjDefn, MibTokenList** pObjList) {
+    if (!pObjDefn || !pObjList) return;
+    CreateTokenListHead(pObjList);
+    InsertTokenIntoQueue(reinterpret_cast<char*>(pObjDefn), *pObjList);
+}
+
+void CMib2Trap::FreeUserTypeElement(MibUserType* utp) {
+    if (!utp) return;
+    free(utp->szName);
+    free(utp->szUserDef);
+    FreeEnumList(utp->enums);
+    free(utp->szSubtype);
+    free(utp);
+}
+
+void CMib2Trap::ReleaseUserTypeList() {
+    // The records stay alive: a record that has been written is still
+    // referenced by the writer's list of written types.
+    FreeObjDefnOnTokenList(m_pUserTypeList);
+    FreeTokenList(m_pUserTypeList);
+    m_pUserTypeList = nullptr;
+    m_userTypeIndex.clear();
+}
