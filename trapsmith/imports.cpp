@@ -1,8 +1,271 @@
-// Placeholder: replaced by the real implementation.
+// Import resolution: compiles the module an IMPORTS ... FROM clause names and
+// writes, into the ".imports" file, its user types and the OBJECT IDENTIFIER
+// registrations of the imported labels with the chains of their ancestors.
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
 #include "mib2trap.h"
-void ResetImportWriterState() {}
-bool CMib2Trap::ProcessImports(importFilesList*, FILE*) { return false; }
-NameValueList* CMib2Trap::ResolveParent(node*, const char*, NameValueList* list) { return list; }
-NameValueList* NameValueList::put(NameValueList* list, const char*, const char*, int) { return list; }
-void NameValueList::dump(FILE*) {}
-void NameValueList::FreeList(NameValueList*) {}
+
+namespace {
+
+// Names of the registrations written to the ".imports" file so far, in the
+// order first met: a circular list without a separate head holding copies of
+// the names (the registration lists that brought them are freed after
+// writing), with a set beside it for constant-time lookups.
+MibTokenList* objIdList = nullptr;
+std::unordered_set<std::string> objIdIndex;
+
+// Module lists of the imported files; the registrations written refer to
+// their labels while they are resolved, and they are kept for the run.
+std::vector<ModListNode*> importedModules;
+
+// Returns true when the name was new and has been recorded.
+bool RecordWrittenName(const char* szName) {
+    if (!objIdIndex.insert(szName).second) return false;
+    const size_t n = std::strlen(szName);
+    char* copy = new char[n + 1];
+    std::memcpy(copy, szName, n + 1);
+    MibTokenList* elem = new MibTokenList{nullptr, nullptr, copy};
+    if (!objIdList) {
+        elem->forw = elem->back = elem;
+        objIdList = elem;
+    } else {
+        MibTokenList* last = objIdList->back;
+        elem->forw = objIdList;
+        elem->back = last;
+        last->forw = elem;
+        objIdList->back = elem;
+    }
+    return true;
+}
+
+// Labels every reader of the output knows; they are never registered.
+bool IsRootLabel(const char* szLabel) {
+    static const char* const kRoots[] = {"ccitt", "iso",     "org",          "dod",     "internet",
+                                         "directory", "mgmt", "experimental", "private", "enterprises"};
+    for (const char* root : kRoots)
+        if (std::strcmp(szLabel, root) == 0) return true;
+    return false;
+}
+
+// Labels registered at a fixed place whatever the module says.  With
+// bThenModule the label's parent is resolved and the module's own
+// definitions of the label are registered as well.
+struct FixedRegistration {
+    const char* szLabel;
+    const char* szParent;
+    int subid;
+    bool bThenModule;
+};
+const FixedRegistration kFixed[] = {
+    {"mib-2", "mgmt", 1, false},          {"transmission", "mib-2", 10, true},
+    {"security", "internet", 5, false},   {"snmpV2", "internet", 6, false},
+    {"snmpDomains", "snmpV2", 1, true},   {"snmpProxys", "snmpV2", 2, true},
+    {"snmpModules", "snmpV2", 3, true},
+};
+
+const FixedRegistration* FindFixed(const char* szLabel) {
+    for (const FixedRegistration& f : kFixed)
+        if (std::strcmp(szLabel, f.szLabel) == 0) return &f;
+    return nullptr;
+}
+
+// File names are built in buffers of this size.
+constexpr size_t kFileNameLen = 256;
+
+std::string Lower(std::string s) {
+    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+}  // namespace
+
+void ResetImportWriterState() {
+    if (objIdList) {
+        MibTokenList* e = objIdList;
+        do {
+            MibTokenList* next = e->forw;
+            delete[] e->szToken;
+            delete e;
+            e = next;
+        } while (e != objIdList);
+        objIdList = nullptr;
+    }
+    objIdIndex.clear();
+    for (ModListNode* mod : importedModules) CMib2Trap::FreeModList(mod);
+    importedModules.clear();
+}
+
+NameValueList* NameValueList::put(NameValueList* list, const char* szName, const char* szParent,
+                                  int subid) {
+    NameValueList* rec = new NameValueList{nullptr, nullptr, szName, szParent, subid};
+    if (!list) {
+        rec->forw = rec->back = rec;
+        return rec;
+    }
+    NameValueList* last = list->back;  // the first record's back link: no walk needed
+    rec->forw = list;
+    rec->back = last;
+    last->forw = rec;
+    list->back = rec;
+    return list;
+}
+
+// Writes the records from the last to the first; a name already written to
+// the ".imports" file, by this list or an earlier one, is skipped.
+void NameValueList::dump(FILE* file) {
+    NameValueList* rec = back;
+    for (;;) {
+        const char* szName = rec->szName ? rec->szName : "";
+        if (RecordWrittenName(szName))
+            fprintf(file, "\n%s OBJECT IDENTIFIER ::= { %s %d }", szName,
+                    rec->szParent ? rec->szParent : "", rec->subid);
+        if (rec == this) break;
+        rec = rec->back;
+    }
+}
+
+void NameValueList::FreeList(NameValueList* list) {
+    if (!list) return;
+    NameValueList* rec = list->forw;
+    while (rec != list) {
+        NameValueList* next = rec->forw;
+        delete rec;
+        rec = next;
+    }
+    delete list;
+}
+
+bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
+    if (!importFile || !importFile->szLabel) return false;
+    const std::string szModule = importFile->szLabel;
+
+    // Candidate file names: "<module>.mib"; the lower-cased name with a
+    // trailing "-MIB" (in any case) cut off, plus ".mib"; "<module>.mib"
+    // lower-cased.
+    const std::string first = szModule + ".mib";
+    std::string stem = szModule;
+    if (stem.size() > 4) {
+        const std::string suffix = stem.substr(stem.size() - 4);
+        if (Lower(suffix) == "-mib") stem.resize(stem.size() - 4);
+    }
+    const std::string second = Lower(stem + ".mib");
+    const std::string third = Lower(first);
+
+    if (m_pInFile) {
+        fclose(m_pInFile);
+        m_pInFile = nullptr;
+    }
+    // A module name too long for the 256-character file-name buffers is
+    // reported as not found.
+    const std::string* opened = nullptr;
+    if (first.size() < kFileNameLen) {
+        for (const std::string* name : {&first, &second, &third}) {
+            m_pInFile = fopen(name->c_str(), "r");
+            if (m_pInFile) {
+                opened = name;
+                break;
+            }
+        }
+    }
+    if (!opened) {
+        printf("\nFailed to open import file: %s", third.c_str());
+        return false;
+    }
+    printf("\nProcessing import file: %s", opened->c_str());
+
+    ModListNode* mods = Parse(2);
+    fclose(m_pInFile);
+    m_pInFile = nullptr;
+
+    PrintUserTypes(file);
+
+    if (mods) importedModules.push_back(mods);
+    for (ModListNode* mod = mods; mod; mod = mod->next_mod) {
+        // The lookup state of ResolveParent belongs to one module.
+        m_resolveRoot = nullptr;
+        m_defsByLabel.clear();
+        m_resolvedLabels.clear();
+        for (keyword* kp = importFile->imports; kp; kp = kp->next) {
+            if (!kp->szLabel) continue;
+            NameValueList* list = ResolveParent(mod->node, kp->szLabel, nullptr);
+            if (list) {
+                list->dump(file);
+                NameValueList::FreeList(list);
+            }
+        }
+    }
+    m_resolveRoot = nullptr;
+    m_defsByLabel.clear();
+    m_resolvedLabels.clear();
+    return true;
+}
+
+// Adds the registration of szLabel and of its ancestors to the list, so that
+// dump (which writes the list from its end) writes every parent before its
+// children.
+//
+// The registrations are resolved label by label: a label defined in the
+// module adds, for each of its definitions d1..dk in module order, the record
+// of that definition followed by the registrations of its parent.  dump
+// writes the list backwards and only the first record of each name, so what
+// it writes is the sequence R(label): for dk down to d1, R(parent) and then
+// the record.  R is computed here directly with an explicit stack and put on
+// the list in the opposite order.  Once a label has been expanded for the
+// module, expanding it again would only repeat names that dump writes
+// earlier (or has written already), so it is skipped: this keeps the cost
+// linear and ends a cycle of labels that name each other as parent.  The
+// labels expanded are remembered per module root, which relies on the caller
+// dumping each list before it resolves the next label.
+NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameValueList* list) {
+    if (!szLabel) return list;
+    if (root != m_resolveRoot) {
+        m_resolveRoot = root;
+        m_defsByLabel.clear();
+        m_resolvedLabels.clear();
+        for (node* np = root; np; np = np->next) m_defsByLabel[np->szLabel].push_back(np);
+    }
+
+    struct Step {
+        bool bExpand;  // expand szName; otherwise emit (szName, szParent, subid)
+        const char* szName;
+        const char* szParent;
+        int subid;
+    };
+    std::vector<Step> stack{{true, szLabel, nullptr, 0}};
+    std::vector<Step> order;  // the records in the order dump writes them
+
+    while (!stack.empty()) {
+        const Step step = stack.back();
+        stack.pop_back();
+        if (!step.bExpand) {
+            order.push_back(step);
+            continue;
+        }
+        const char* label = step.szName;
+        if (IsRootLabel(label)) continue;
+        if (!m_resolvedLabels.insert(label).second) continue;
+
+        // Pushed in reverse of the order in which they are to run.
+        const FixedRegistration* fixed = FindFixed(label);
+        if (fixed) {
+            stack.push_back({false, fixed->szLabel, fixed->szParent, fixed->subid});
+            if (!fixed->bThenModule) continue;
+            stack.push_back({true, fixed->szParent, nullptr, 0});
+        }
+        auto defs = m_defsByLabel.find(label);
+        if (defs == m_defsByLabel.end()) continue;
+        for (node* d : defs->second) {
+            stack.push_back({false, d->szLabel, d->szParent, d->subid});
+            stack.push_back({true, d->szParent, nullptr, 0});
+        }
+    }
+
+    for (auto it = order.rbegin(); it != order.rend(); ++it)
+        list = NameValueList::put(list, it->szName, it->szParent, it->subid);
+    return list;
+}

@@ -1,4 +1,115 @@
-// Placeholder: replaced by the real implementation.
+// PrintUserTypes: writes the types a compiled file defines as SMIv1 type
+// assignments, each type name once per process.
+#include <cstdio>
+#include <string>
+#include <unordered_set>
+
 #include "mib2trap.h"
-void ResetUserTypeWriterState() {}
-bool CMib2Trap::PrintUserTypes(FILE*) { return true; }
+
+namespace {
+
+// The types written so far, in the order written: a token list with a head
+// whose payloads are the written MibUserType records, which it owns from
+// then on.  The set beside it holds their names for constant-time lookups.
+MibTokenList* pUserTypeList = nullptr;
+std::unordered_set<std::string> writtenTypeNames;
+
+const char* Text(const char* sz) { return sz ? sz : ""; }
+
+// Names of the textual-convention types MacAddress (97) to TAddress (110).
+const char* const kTextualConventionNames[] = {
+    "MacAddress",   "TruthValue",  "TestAndIncr",  "AutonomousType", "InstancePointer",
+    "VariablePointer", "RowPointer", "RowStatus", "TimeStamp",   "TimeInterval",
+    "DateAndTime",  "StorageType", "TDomain",      "TAddress",
+};
+
+void WriteNamed(FILE* file, const char* szName, const char* szSubtype) {
+    if (szSubtype)
+        fprintf(file, "%s %s\n", szName, szSubtype);
+    else
+        fprintf(file, "%s\n", szName);
+}
+
+void WriteEnums(FILE* file, const char* szOpener, const MibEnumList* ep) {
+    fputs(szOpener, file);
+    for (const MibEnumList* e = ep; e; e = e->next)
+        fprintf(file, e == ep ? "\t%s(%d)" : ",\n\t%s(%d)", Text(e->szLabel), e->value);
+    fputs("\n\t}\n", file);
+}
+
+void WriteUserType(FILE* file, const MibUserType* utp) {
+    fprintf(file, "\n%s ::=\n\t", Text(utp->szName));
+    const int code = utp->type;
+    switch (code) {
+    case TOK_OBJECT_IDENTIFIER: fputs("OBJECT IDENTIFIER\n", file); break;
+    case TOK_OCTET_STRING: WriteNamed(file, "OCTET STRING", utp->szSubtype); break;
+    case TOK_INTEGER:
+        if (utp->enums)
+            WriteEnums(file, "INTEGER {\n", utp->enums);
+        else
+            WriteNamed(file, "INTEGER", utp->szSubtype);
+        break;
+    // These base types are written without their subtype.
+    case TOK_NETWORKADDRESS: fputs("NetworkAddress\n", file); break;
+    case TOK_IPADDRESS: fputs("IpAddress\n", file); break;
+    case TOK_COUNTER: fputs("Counter\n", file); break;
+    case TOK_GAUGE: fputs("Gauge\n", file); break;
+    case TOK_TIMETICKS: fputs("TimeTicks\n", file); break;
+    case TOK_DISPLAYSTRING: WriteNamed(file, "DisplayString", utp->szSubtype); break;
+    case TOK_PHYSADDRESS: WriteNamed(file, "PhysAddress", utp->szSubtype); break;
+    case TOK_BITS:
+        if (utp->enums)
+            WriteEnums(file, "OCTET STRING {\n", utp->enums);
+        else
+            WriteNamed(file, "OCTET STRING", utp->szSubtype);
+        break;
+    default:
+        if (code >= TOK_MACADDRESS && code <= TOK_TADDRESS)
+            WriteNamed(file, kTextualConventionNames[code - TOK_MACADDRESS], utp->szSubtype);
+        else
+            fputs("OCTET STRING\n", file);  // Opaque, NULL, Counter64, Unsigned32 ...
+        break;
+    }
+}
+
+}  // namespace
+
+void ResetUserTypeWriterState() {
+    if (pUserTypeList) {
+        for (MibTokenList* e = pUserTypeList->forw; e && e != pUserTypeList; e = e->forw)
+            CMib2Trap::FreeUserTypeElement(reinterpret_cast<MibUserType*>(e->szToken));
+        CMib2Trap::FreeObjDefnOnTokenList(pUserTypeList);
+        CMib2Trap::FreeTokenList(pUserTypeList);
+        pUserTypeList = nullptr;
+    }
+    writtenTypeNames.clear();
+}
+
+bool CMib2Trap::PrintUserTypes(FILE* file) {
+    if (!m_pUserTypeList) return true;
+
+    for (MibTokenList* e = m_pUserTypeList->forw; e && e != m_pUserTypeList; e = e->forw) {
+        MibUserType* utp = reinterpret_cast<MibUserType*>(e->szToken);
+        if (!utp) continue;
+        if (!writtenTypeNames.insert(Text(utp->szName)).second) {
+            // A type of this name was written before: the first definition
+            // wins, and nothing refers to this record any more.
+            e->szToken = nullptr;
+            FreeUserTypeElement(utp);
+            continue;
+        }
+        WriteUserType(file, utp);
+        // The name alone keeps later definitions out; a record that cannot
+        // be kept for lack of memory is released.
+        CreateTokenListHead(&pUserTypeList);
+        if (!InsertTokenIntoQueue(reinterpret_cast<char*>(utp), pUserTypeList)) {
+            e->szToken = nullptr;
+            FreeUserTypeElement(utp);
+        }
+    }
+
+    // The records now belong to pUserTypeList (or were released above); only
+    // the compiler's list itself goes.
+    ReleaseUserTypeList();
+    return true;
+}

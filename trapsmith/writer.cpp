@@ -1,6 +1,373 @@
-// Placeholder: replaced by the real implementation.
+// PrintMIB: writes the parsed modules of the main MIB file as SMIv1 text.
+//
+// Each module is written as its user types, then its registrations, objects
+// and traps in an order in which a parent defined in the same module comes
+// before its children, then "END".  A process-wide list of the labels
+// already written refuses a second OBJECT IDENTIFIER, OBJECT-IDENTITY,
+// TRAP-TYPE or NOTIFICATION-TYPE of the same name.
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
 #include "mib2trap.h"
+
+// Name of the module PrintMIB wrote last (a heap copy), for the ".cfg" header.
 char* szMibModuleName = nullptr;
-void ResetPrintMIBState() {}
-bool CMib2Trap::PrintMIB(ModListNode*, FILE*) { return true; }
-void CMib2Trap::AddToQueue(std::vector<node*>*, std::vector<node*>*, node*) {}
+
+namespace {
+
+// Labels of the checked records written so far, in the order written.  A
+// circular list without a separate head: the first element holds the first
+// label.  The list keeps its own copies of the labels, so it stays valid when
+// the module lists it came from have been freed; the set beside it answers
+// membership in constant time.
+MibTokenList* objIdList = nullptr;
+std::unordered_set<std::string> objIdIndex;
+
+char* CopyText(const char* sz) {
+    size_t n = std::strlen(sz);
+    char* copy = new char[n + 1];
+    std::memcpy(copy, sz, n + 1);
+    return copy;
+}
+
+void AppendWrittenLabel(const char* szLabel) {
+    MibTokenList* elem = new MibTokenList{nullptr, nullptr, CopyText(szLabel)};
+    if (!objIdList) {
+        elem->forw = elem->back = elem;
+        objIdList = elem;
+    } else {
+        MibTokenList* last = objIdList->back;
+        elem->forw = objIdList;
+        elem->back = last;
+        last->forw = elem;
+        objIdList->back = elem;
+    }
+    objIdIndex.insert(szLabel);
+}
+
+// Absent texts are written as the empty string rather than dereferenced.
+const char* Text(const char* sz) { return sz ? sz : ""; }
+
+// The reserved word of a token code, for syntaxes that are written by name.
+const char* KeywordOfCode(int code) {
+    for (const tok* t = g_tokens; t->szName; ++t)
+        if (t->nToken == code) return t->szName;
+    return "";
+}
+
+// Names of the textual-convention syntaxes MacAddress (97) to TAddress (110).
+const char* const kTextualConventionNames[] = {
+    "MacAddress",   "TruthValue",  "TestAndIncr",  "AutonomousType", "InstancePointer",
+    "VariablePointer", "RowPointer", "RowStatus", "TimeStamp",   "TimeInterval",
+    "DateAndTime",  "StorageType", "TDomain",      "TAddress",
+};
+
+bool IsChecked(int type) {
+    return type == TOK_OBJECT_IDENTIFIER || type == TOK_OBJECT_IDENTITY || type == TOK_TRAP_TYPE ||
+           type == TOK_NOTIFICATION_TYPE;
+}
+
+bool IsRegistration(int type) {
+    return type == TOK_OBJECT_IDENTIFIER || type == TOK_OBJECT_IDENTITY ||
+           type == TOK_MODULE_IDENTITY || type == TOK_OBJECT_GROUP ||
+           type == TOK_NOTIFICATION_GROUP;
+}
+
+bool IsTrap(int type) { return type == TOK_TRAP_TYPE || type == TOK_NOTIFICATION_TYPE; }
+
+// A type name followed by its subtype when there is one.
+void WriteNamed(FILE* file, const char* szName, const char* szSubtype) {
+    if (szSubtype)
+        fprintf(file, "%s %s\n", szName, szSubtype);
+    else
+        fprintf(file, "%s\n", szName);
+}
+
+void WriteEnums(FILE* file, const char* szOpener, const MibEnumList* ep) {
+    fputs(szOpener, file);
+    for (const MibEnumList* e = ep; e; e = e->next)
+        fprintf(file, e == ep ? "\t%s(%d)" : ",\n\t%s(%d)", Text(e->szLabel), e->value);
+    fputs("\n\t}\n", file);
+}
+
+// The INDEX clause "\tINDEX { a , b }\n", built in a string so that an INDEX
+// list of any length fits; empty when the list has no element.
+std::string IndexText(const MibTokenList* head) {
+    std::string text;
+    if (!head) return text;
+    for (const MibTokenList* e = head->forw; e && e != head; e = e->forw) {
+        if (text.empty()) {
+            text = "\tINDEX { ";
+            text += Text(e->szToken);
+            text += ' ';
+        } else {
+            text += ", ";
+            text += Text(e->szToken);
+        }
+    }
+    if (!text.empty()) text += " }\n";
+    return text;
+}
+
+// The SYNTAX text of an OBJECT-TYPE; returns the INDEX text it builds for a
+// named type.
+std::string WriteSyntax(FILE* file, const node* np) {
+    std::string index;
+    const int code = np->syntax;
+    switch (code) {
+    case TOK_LABEL:
+        fprintf(file, "%s\n", Text(np->szUserDef));
+        index = IndexText(np->index_names);
+        break;
+    case TOK_OBJECT_IDENTIFIER:
+        fputs("OBJECT IDENTIFIER\n", file);
+        break;
+    case TOK_OCTET_STRING:
+        WriteNamed(file, "OCTET STRING", np->szSubtype);
+        break;
+    case TOK_INTEGER:
+    case TOK_UNSIGNED32:
+        if (np->enums)
+            WriteEnums(file, "INTEGER {\n", np->enums);
+        else
+            WriteNamed(file, "INTEGER", np->szSubtype);
+        break;
+    case TOK_NETWORKADDRESS: fputs("NetworkAddress\n", file); break;
+    case TOK_IPADDRESS: fputs("IpAddress\n", file); break;
+    case TOK_COUNTER:
+    case TOK_COUNTER64: fputs("Counter\n", file); break;
+    case TOK_GAUGE: fputs("Gauge\n", file); break;
+    case TOK_TIMETICKS: fputs("TimeTicks\n", file); break;
+    case TOK_OPAQUE: fputs("Opaque\n", file); break;
+    case TOK_SEQUENCE:
+        fputs("SEQUENCE {\n", file);
+        for (const tagBracedList* b = np->sequence; b; b = b->pNext)
+            fprintf(file, b == np->sequence ? "\t%s" : ",\n\t%s", Text(b->szString));
+        fputs("\n\t}\n", file);
+        break;
+    case TOK_OF:
+        fprintf(file, "%s\n", Text(np->szUserDef));
+        break;
+    case TOK_DISPLAYSTRING:
+        WriteNamed(file, "DisplayString", np->szSubtype);
+        break;
+    case TOK_PHYSADDRESS:
+        WriteNamed(file, "PhysAddress", np->szSubtype);
+        break;
+    case TOK_BITS:
+        if (np->enums)
+            WriteEnums(file, "OCTET STRING {\n", np->enums);
+        else
+            WriteNamed(file, "OCTET STRING", np->szSubtype);
+        break;
+    default:
+        if (code >= TOK_MACADDRESS && code <= TOK_TADDRESS)
+            WriteNamed(file, kTextualConventionNames[code - TOK_MACADDRESS], np->szSubtype);
+        else
+            // A syntax without a type name of its own (SYNTAX NULL) is
+            // written as its keyword.
+            fprintf(file, "%s\n", np->szUserDef ? np->szUserDef : KeywordOfCode(code));
+        break;
+    }
+    return index;
+}
+
+const char* AccessWord(int access) {
+    switch (access) {
+    case 1: return "read-write\n";
+    case 2: return "write-only\n";
+    case 3: return "not-accessible\n";
+    default: return "read-only\n";  // also read-create, accessible-for-notify, none
+    }
+}
+
+const char* StatusWord(int status) {
+    switch (status) {
+    case TOK_MANDATORY: return "mandatory\n";
+    case TOK_OBSOLETE: return "obsolete\n";
+    default: return "optional\n";
+    }
+}
+
+void WriteObjectType(FILE* file, const node* np) {
+    fprintf(file, "%s OBJECT-TYPE\n", np->szLabel);
+    fputs("\tSYNTAX ", file);
+    const std::string index = WriteSyntax(file, np);
+    fputs("\tACCESS ", file);
+    fputs(AccessWord(np->smi_access), file);
+    fputs("\tSTATUS ", file);
+    fputs(StatusWord(np->status), file);
+    fprintf(file, "\tDESCRIPTION \"%s\"\n", Text(np->szDescr));
+    if (!index.empty()) fprintf(file, "%s\n", index.c_str());
+    fprintf(file, "\t::= { %s %d }\n\n", np->szParent, np->subid);
+
+    // The row structure declared right after this object, headed by the
+    // object's own label.
+    const node* seq = np->userDefinedSequence;
+    if (seq && seq->sequence) {
+        fprintf(file, "%s ::=\n\tSEQUENCE {\n", np->szLabel);
+        for (const tagBracedList* b = seq->sequence; b; b = b->pNext)
+            fprintf(file, b == seq->sequence ? "\t\t%s" : ",\n\t\t%s", Text(b->szString));
+        fputs("\n\t\t}\n", file);
+    }
+}
+
+// First record of the output queue for each label.
+using QueueIndex = std::unordered_map<std::string, const node*>;
+
+void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
+    fprintf(file, "%s TRAP-TYPE\n", np->szLabel);
+    if (np->type == TOK_TRAP_TYPE) {
+        fprintf(file, "\tENTERPRISE %s\n", Text(np->szEnterprise));
+    } else {
+        // A notification registered under a 0 arc (enterprise.0.n) becomes
+        // the SMIv1 trap n of that enterprise, that is of its grandparent;
+        // any other notification is a trap of its parent.
+        const char* szEnterprise = np->szParent;
+        auto it = firstInQueue.find(np->szParent);
+        if (it != firstInQueue.end())
+            szEnterprise = it->second->subid != 0 ? it->second->szLabel : it->second->szParent;
+        fprintf(file, "\tENTERPRISE %s\n", szEnterprise);
+    }
+    const MibTokenList* vars = np->augment_name;
+    if (vars && vars->forw && vars->forw != vars) {
+        for (const MibTokenList* e = vars->forw; e && e != vars; e = e->forw)
+            fprintf(file, e == vars->forw ? "\tVARIABLES { %s" : ", %s", Text(e->szToken));
+        fputs(" }\n", file);
+    }
+    for (const keyword* kp = np->keyword; kp; kp = kp->next)
+        fprintf(file, "\n\t--%s\n", Text(kp->szLabel));
+    fprintf(file, "DESCRIPTION \"%s\"\n", Text(np->szDescr));
+    fprintf(file, "\t::= %d\n\n", np->subid);
+}
+
+void WriteRecord(FILE* file, const node* np, const QueueIndex& firstInQueue) {
+    if (IsRegistration(np->type))
+        fprintf(file, "%s OBJECT IDENTIFIER ::= { %s %d }\n", np->szLabel, np->szParent, np->subid);
+    else if (np->type == TOK_OBJECT_TYPE)
+        WriteObjectType(file, np);
+    else if (IsTrap(np->type))
+        WriteTrap(file, np, firstInQueue);
+}
+
+}  // namespace
+
+void ResetPrintMIBState() {
+    if (objIdList) {
+        MibTokenList* e = objIdList;
+        do {
+            MibTokenList* next = e->forw;
+            delete[] e->szToken;
+            delete e;
+            e = next;
+        } while (e != objIdList);
+        objIdList = nullptr;
+    }
+    objIdIndex.clear();
+    delete[] szMibModuleName;
+    szMibModuleName = nullptr;
+}
+
+bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
+    for (ModListNode* mod = pHead; mod; mod = mod->next_mod) {
+        const size_t nameLen = strnlen(mod->szModName, sizeof mod->szModName);
+        delete[] szMibModuleName;
+        szMibModuleName = new char[nameLen + 1];
+        std::memcpy(szMibModuleName, mod->szModName, nameLen);
+        szMibModuleName[nameLen] = '\0';
+
+        PrintUserTypes(file);
+
+        std::vector<node*> vObjIds, vTraps, vAll, npQueue;
+        for (node* np = mod->node; np; np = np->next) {
+            if (np->type == TOK_OBJECT_TYPE || IsRegistration(np->type)) {
+                vObjIds.push_back(np);
+                vAll.push_back(np);
+            }
+        }
+        for (node* np = mod->node; np; np = np->next) {
+            if (IsTrap(np->type)) {
+                vTraps.push_back(np);
+                vAll.push_back(np);
+            }
+        }
+
+        // The lookup state of AddToQueue belongs to this module's sequences;
+        // the next module's sequences may reuse the same addresses.
+        m_indexedAll = nullptr;
+        m_indexedQueue = nullptr;
+        for (node* np : vObjIds) AddToQueue(&vAll, &npQueue, np);
+        for (node* np : vTraps) AddToQueue(&vAll, &npQueue, np);
+        m_indexedAll = nullptr;
+        m_indexedQueue = nullptr;
+        m_firstByLabel.clear();
+        m_queued.clear();
+
+        QueueIndex firstInQueue;
+        if (!vTraps.empty())
+            for (const node* np : npQueue) firstInQueue.emplace(np->szLabel, np);
+
+        for (const node* np : npQueue) {
+            fputs("\n", file);
+            if (IsChecked(np->type)) {
+                if (objIdIndex.count(np->szLabel)) {
+                    printf(IsTrap(np->type) ? "\nDuplicate trap object %s on line %d"
+                                            : "\nDuplicate object %s on line %d",
+                           np->szLabel, np->def_line);
+                    return false;
+                }
+                AppendWrittenLabel(np->szLabel);
+            }
+            WriteRecord(file, np, firstInQueue);
+        }
+        fputs("\nEND\n\n", file);
+    }
+    return true;
+}
+
+// Appends np to the queue, preceded by its ancestors in vAll that are not
+// queued yet, outermost first.  The parent of a record is the first record of
+// vAll whose label is the record's parent label.  The chain of ancestors is
+// collected with an explicit stack, so a long chain cannot exhaust the call
+// stack; a parent that is already on the chain closes a cycle and counts as
+// not found, which ends the chain there.
+void CMib2Trap::AddToQueue(std::vector<node*>* m_vAll, std::vector<node*>* m_npQueue, node* np) {
+    if (!m_vAll || !m_npQueue || !np) return;
+
+    if (m_indexedAll != m_vAll || m_indexedAllSize != m_vAll->size()) {
+        m_firstByLabel.clear();
+        for (node* cand : *m_vAll)
+            if (cand) m_firstByLabel.emplace(cand->szLabel, cand);
+        m_indexedAll = m_vAll;
+        m_indexedAllSize = m_vAll->size();
+    }
+    // Every record queued here is in m_queued once; a queue that changed
+    // behind our back no longer matches in size and is indexed afresh.
+    if (m_indexedQueue != m_npQueue || m_queued.size() != m_npQueue->size()) {
+        m_queued.clear();
+        m_queued.insert(m_npQueue->begin(), m_npQueue->end());
+        m_indexedQueue = m_npQueue;
+    }
+
+    if (m_queued.count(np)) return;
+
+    std::vector<node*> chain{np};
+    std::unordered_set<const node*> onChain{np};
+    for (node* cur = np;;) {
+        auto it = m_firstByLabel.find(cur->szParent);
+        if (it == m_firstByLabel.end()) break;
+        node* parent = it->second;
+        if (m_queued.count(parent) || onChain.count(parent)) break;
+        chain.push_back(parent);
+        onChain.insert(parent);
+        cur = parent;
+    }
+    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+        m_npQueue->push_back(*it);
+        m_queued.insert(*it);
+    }
+}
