@@ -4,9 +4,12 @@
 #   run_golden.sh BINARY CASE_DIR
 #
 # A case directory holds:
-#   args              the command-line arguments, one line (word-split by the shell)
+#   args              the command-line arguments, one line (word-split by the shell;
+#                     an empty line runs the binary without arguments)
 #   input/            files copied into a scratch working directory (optional)
 #   corpus            names of files of the MIB corpus to copy in as well (optional)
+#   examples          names of files of the repository's examples/ folder to copy
+#                     in as well (optional)
 #   setup.sh          run in the scratch directory before the binary (optional)
 #   runs              how many times to run the binary (optional, default 1)
 #   expected_stdout   the standard output of the last run
@@ -23,6 +26,7 @@ set -u
 bin=$(readlink -f "$1")
 case_dir=$(readlink -f "$2")
 corpus=${TRAPSMITH_CORPUS:-$(dirname "$0")/../../shared/mibs}
+examples=$(dirname "$(readlink -f "$0")")/../examples
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -32,12 +36,18 @@ if [ -f "$case_dir/corpus" ]; then
     [ -n "$f" ] && cp "$corpus/$f" "$scratch/"
   done < "$case_dir/corpus"
 fi
+if [ -f "$case_dir/examples" ]; then
+  while read -r f; do
+    [ -n "$f" ] && cp "$examples/$f" "$scratch/"
+  done < "$case_dir/examples"
+fi
 if [ -f "$case_dir/setup.sh" ]; then
   (cd "$scratch" && bash "$case_dir/setup.sh") || { echo "setup.sh failed"; exit 1; }
 fi
 
 runs=1
 [ -f "$case_dir/runs" ] && runs=$(cat "$case_dir/runs")
+args=()
 read -r -a args < "$case_dir/args" || true
 for ((i = 0; i < runs; i++)); do
   (cd "$scratch" && "$bin" "${args[@]}" > "$scratch/.stdout" 2> "$scratch/.stderr")

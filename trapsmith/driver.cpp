@@ -1,6 +1,282 @@
-// Placeholder: replaced by the real implementation.
+// The command-line driver.
+//
+// trapsmith [-d dirspec] mibfile compiles the MIB file in mode 1 into
+// {base}.int, resolves every imported module into {base}.imports, and then
+// assembles {base}.cfg from a header, the ".imports" file and the ".int" file,
+// keeping up to ten earlier results as {base}.cfg_1 .. {base}.cfg_10.  All
+// work files ({base}.int, {base}.imports and the ".dbg" trace files) are
+// removed at the end of every run that got past the command line.
 #include "driver.h"
-int TrapsmithMain(int, char**) { return 0; }
-void cleanup(char*) {}
-void RotateBackups(const char*) {}
-bool CopyFileBlocks(FILE*, FILE*) { return false; }
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "mib2trap.h"
+
+namespace {
+
+// Capacities of the driver's name buffers.
+constexpr size_t kShortName = 128;  // MIB file name, base name, backup names
+constexpr size_t kWorkName = 256;   // {base}.int, {base}.imports, {base}.cfg
+
+constexpr int kBackups = 10;
+constexpr size_t kCopyBlock = 1021;  // bytes per read of the ".cfg" assembly
+
+const char kUsage[] =
+    "\ntrapsmith [-d <dirspec>] <mibfile>\n"
+    "The Mib Compiler requires a mib file as input.\n"
+    "Example: trapsmith mymib.mib\n"
+    "Example: trapsmith -d mibsdir mymib.mib\n";
+
+// The names of one run, all formed from the MIB file name.
+struct RunNames {
+    char szModuleName[kShortName];     // {base}
+    char szPass_1_Output[kWorkName];   // {base}.int
+    char szImportsFile[kWorkName];     // {base}.imports
+    char szPass_3_File[kWorkName];     // {base}.cfg
+};
+
+// Forms every name of the run, checking each capacity first.  A name that
+// does not fit is refused with one message before any file is created or
+// renamed, instead of being cut short and touching the wrong files.
+bool FormNames(const char* szMibFileName, RunNames* names) {
+    if (strlen(szMibFileName) >= kShortName) {
+        printf("\nMib file name too long: %s\n", szMibFileName);
+        return false;
+    }
+    std::string base(szMibFileName, BaseNameLength(szMibFileName));
+    // The longest backup name is {base}.cfg_10.
+    std::string longestBackup = base + ".cfg_" + std::to_string(kBackups);
+    if (longestBackup.size() >= kShortName) {
+        printf("\nMib base name too long: %s\n", base.c_str());
+        return false;
+    }
+    // With the limits above a base name always leaves room for these; the
+    // check keeps the buffers below safe should those limits ever change.
+    for (const char* suffix : {".int", ".imports", ".cfg"}) {
+        if ((base + suffix).size() >= kWorkName) {
+            printf("\nWork file name too long: %s%s\n", base.c_str(), suffix);
+            return false;
+        }
+    }
+    snprintf(names->szModuleName, sizeof names->szModuleName, "%s", base.c_str());
+    snprintf(names->szPass_1_Output, sizeof names->szPass_1_Output, "%s.int", base.c_str());
+    snprintf(names->szImportsFile, sizeof names->szImportsFile, "%s.imports", base.c_str());
+    snprintf(names->szPass_3_File, sizeof names->szPass_3_File, "%s.cfg", base.c_str());
+    return true;
+}
+
+// True when `name` is the MIB file itself, by name or by file identity.
+bool SameFile(const std::string& mib, const struct stat* mibStat, const std::string& name) {
+    if (name == mib) return true;
+    struct stat st;
+    return mibStat && stat(name.c_str(), &st) == 0 && st.st_dev == mibStat->st_dev &&
+           st.st_ino == mibStat->st_ino;
+}
+
+// A MIB file that is also one of the files the run creates or removes (for
+// example "foo.int" or "foo.dbg") would be emptied by the compile or deleted
+// by cleanup.  Such a name is refused before anything is touched.
+bool ClashesWithWorkFile(const char* szMibFileName, const char* szModuleName) {
+    const std::string mib = szMibFileName;
+    const std::string base = szModuleName;
+    struct stat mibStat;
+    const struct stat* pStat = stat(szMibFileName, &mibStat) == 0 ? &mibStat : nullptr;
+    for (const std::string& name : {base + ".int", base + ".dbg", base + ".tmp.dbg",
+                                    base + ".imports", std::string(".dbg"), std::string(".tmp.dbg")}) {
+        if (SameFile(mib, pStat, name)) {
+            printf("\nMib file name clashes with work file %s\n", name.c_str());
+            return true;
+        }
+    }
+    return false;
+}
+
+void CloseStream(FILE*& f) {
+    if (f) fclose(f);
+    f = nullptr;
+}
+
+// Resolves every imported module into the open ".imports" stream, each with
+// a compiler object of its own.  Returns true when some module could not be
+// compiled.
+bool CompileImports(FILE* pImpFile) {
+    bool warnings = false;
+    for (importFilesList* entry = importFiles; entry; entry = entry->next) {
+        auto mib2TrapImports = std::make_unique<CMib2Trap>();
+        if (!mib2TrapImports->Initialize(entry->szLabel, nullptr, 2)) {
+            warnings = true;
+            printf("\ncould not compile module %s. init failed.\n", entry->szLabel);
+        } else if (!mib2TrapImports->ProcessImports(entry, pImpFile)) {
+            printf("\ncould not compile module %s\n", entry->szLabel);
+            warnings = true;
+        }
+    }
+    return warnings;
+}
+
+// Writes {base}.cfg: the header, then the ".imports" file, then the ".int"
+// file.  Returns the exit status.
+int AssembleCfg(const RunNames& names, bool warnings) {
+    FILE* pIntFile = fopen(names.szPass_3_File, "w");
+    if (!pIntFile) {
+        printf("\ncould not open intermediate file %s for output\n", names.szPass_3_File);
+        return 1;
+    }
+    FILE* pIntCfgFile = fopen(names.szPass_1_Output, "r");
+    if (!pIntCfgFile) {
+        printf("\ncould not open %s for read\n", names.szPass_1_Output);
+        CloseStream(pIntFile);
+        return 1;
+    }
+    FILE* pImpFile = fopen(names.szImportsFile, "r");
+    if (!pImpFile) {
+        printf("\ncould not open %s for read\n", names.szImportsFile);
+        CloseStream(pIntFile);
+        CloseStream(pIntCfgFile);
+        return 1;
+    }
+
+    // PrintMIB names the module it writes; a header is still well formed if
+    // nothing set the name.
+    fprintf(pIntFile, "#-MIBFILE: %s.mib\n\n", names.szModuleName);
+    fprintf(pIntFile, "%s DEFINITIONS ::= BEGIN\n\n", szMibModuleName ? szMibModuleName : "");
+    bool copied = CopyFileBlocks(pImpFile, pIntFile) && CopyFileBlocks(pIntCfgFile, pIntFile);
+    CloseStream(pImpFile);
+    CloseStream(pIntCfgFile);
+    copied = fclose(pIntFile) == 0 && copied;
+
+    // A result that could not be written completely (a full disk) must not be
+    // reported as a success.
+    if (!copied) {
+        printf("\ncould not write %s\n", names.szPass_3_File);
+        return 1;
+    }
+    if (warnings)
+        printf("\nMib file compilation completed with warnings");
+    else
+        printf("\nMib Compilation completed successfully\n");
+    return 0;
+}
+
+// The compile phases after the command line, in their fixed order.  Returns
+// the exit status; every stream the phases open is closed when it returns.
+int RunPhases(const char* szMibFileName, RunNames& names) {
+    CMib2Trap mib2Trap;
+    if (!mib2Trap.Initialize(names.szModuleName, names.szPass_1_Output, 1)) return 1;
+    if (!mib2Trap.CompileMIB(szMibFileName, 1)) {
+        printf("\nMib compilation failed.\n");
+        return 1;
+    }
+
+    FILE* pImpFile = fopen(names.szImportsFile, "w");
+    if (!pImpFile) {
+        printf("\ncould not open %s for output\n", names.szImportsFile);
+        return 1;
+    }
+    bool warnings = CompileImports(pImpFile);
+    CloseStream(pImpFile);
+
+    RotateBackups(names.szModuleName);
+    return AssembleCfg(names, warnings);
+}
+
+}  // namespace
+
+int TrapsmithMain(int argc, char** argv) {
+    printf("\nQuorvane Mib Compiler, Version 1.0\n");
+    printf("Copyright (c) Quorvane\n");
+
+    if (argc < 2 || !argv[1]) {
+        printf("%s", kUsage);
+        return 0;
+    }
+
+    const char* szArg;
+    if (strcmp(argv[1], "-d") == 0) {
+        if (argc != 4) {
+            printf("%s", kUsage);
+            return 1;
+        }
+        if (chdir(argv[2]) != 0) {
+            printf("\nChange directory to '%s' failed.\n", argv[2]);
+            return 1;
+        }
+        szArg = argv[3];
+    } else {
+        szArg = argv[1];  // further arguments are ignored
+    }
+
+    std::string szMibFileName = szArg;
+    printf("\nCompiling %s\n", szMibFileName.c_str());
+
+    RunNames names;
+    if (!FormNames(szMibFileName.c_str(), &names)) return 1;
+    if (ClashesWithWorkFile(szMibFileName.c_str(), names.szModuleName)) return 1;
+
+    // The main compiler object is gone by the time cleanup runs, so every
+    // stream it held is closed before its files are removed.
+    int retval = RunPhases(szMibFileName.c_str(), names);
+    fflush(stdout);
+    cleanup(names.szModuleName);
+
+    // Nothing allocated by the compile survives the run.
+    ResetProcessState();
+    return retval;
+}
+
+void cleanup(char* szModuleName) {
+    // Close stray descriptors: the duplicate of 0 takes the lowest free
+    // number, so every descriptor from 3 up to it is open; close them all,
+    // the duplicate included.  Standard input, output and error stay open.
+    int fd = fcntl(0, F_DUPFD, 0);
+    if (fd >= 0) {
+        for (; fd >= 3; --fd) close(fd);
+    }
+
+    const std::string base = szModuleName ? szModuleName : "";
+    for (const char* suffix : {".int", ".dbg", ".tmp.dbg", ".imports"}) remove((base + suffix).c_str());
+    remove(".dbg");
+    remove(".tmp.dbg");
+
+    // Imported modules' files are named after the module name as written.
+    for (importFilesList* entry = importFiles; entry; entry = entry->next) {
+        if (!entry->szLabel) continue;
+        const std::string module = entry->szLabel;
+        for (const char* suffix : {".int", ".dbg", ".tmp.dbg"}) remove((module + suffix).c_str());
+    }
+}
+
+void RotateBackups(const char* szModuleName) {
+    if (!szModuleName) return;
+    const std::string cfg = std::string(szModuleName) + ".cfg";
+    char szFile[kShortName];
+    char szOldCfg[kShortName];
+    struct stat statbuff;
+    // Oldest first, so that each rename moves into a name already vacated.
+    for (int n = kBackups; n >= 1; --n) {
+        int target = snprintf(szFile, sizeof szFile, "%s_%i", cfg.c_str(), n);
+        int source = n > 1 ? snprintf(szOldCfg, sizeof szOldCfg, "%s_%i", cfg.c_str(), n - 1)
+                           : snprintf(szOldCfg, sizeof szOldCfg, "%s", cfg.c_str());
+        // Never rename between shortened names.
+        if (target < 0 || source < 0 || static_cast<size_t>(target) >= sizeof szFile ||
+            static_cast<size_t>(source) >= sizeof szOldCfg)
+            continue;
+        if (stat(szOldCfg, &statbuff) == 0) rename(szOldCfg, szFile);
+    }
+}
+
+bool CopyFileBlocks(FILE* src, FILE* dst) {
+    char line[1024];
+    while (!feof(src)) {
+        size_t n = fread(line, 1, kCopyBlock, src);
+        if (n > 0 && fwrite(line, 1, n, dst) != n) return false;
+        if (ferror(src)) return false;
+    }
+    return fflush(dst) == 0 && !ferror(dst);
+}

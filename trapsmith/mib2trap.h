@@ -278,6 +278,12 @@ extern char* szMibModuleName;         // name of the module last written by Prin
 // it between cases; the driver calls it before it returns.
 void ResetProcessState();
 
+// Length of a file name cut at its first "." that follows a character other
+// than ".": leading dots stay, and a name without such a dot stays whole
+// ("../mibs/foo.mib" -> "../mibs/foo", "foo.old.mib" -> "foo").  Work-file and
+// trace-file names are formed from this prefix.
+size_t BaseNameLength(const char* szName);
+
 // The per-subsystem parts of ResetProcessState.
 void ResetTokenizerState();
 void ResetImportFiles();

@@ -1,3 +1,15 @@
-// Placeholder: replaced by the real implementation.
+// Process-wide state reset.
 #include "mib2trap.h"
-void ResetProcessState() {}
+
+// Releases every piece of state that outlives the compiler objects.  The
+// writers' lists of names already written borrow labels from parsed records
+// and import entries, so they go first; the import list and the tokenizer's
+// push-back character follow.  Afterwards a new compile starts as in a fresh
+// process.
+void ResetProcessState() {
+    ResetImportWriterState();
+    ResetUserTypeWriterState();
+    ResetPrintMIBState();
+    ResetImportFiles();
+    ResetTokenizerState();
+}
