@@ -33,16 +33,8 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
     const bool bTrapKeywords = (fFlag & GT_TRAPKEYWORDS) != 0;
     const int cbMaxToken = bTrapKeywords ? TRAP_MAX_TOKEN : PLAIN_MAX_TOKEN;
 
-    char szTerminate[9];
-    int nTerm = 0;
-    szTerminate[nTerm++] = '{';
-    szTerminate[nTerm++] = '}';
-    if (fFlag & GT_COMMA) szTerminate[nTerm++] = ',';
-    if (fFlag & GT_PARENS) {
-        szTerminate[nTerm++] = '(';
-        szTerminate[nTerm++] = ')';
-    }
-    szTerminate[nTerm] = '\0';
+    const bool bCommaEnds = (fFlag & GT_COMMA) != 0;
+    const bool bParensEnd = (fFlag & GT_PARENS) != 0;
 
     // The word is built here and copied out at the end, so that the caller's
     // buffer receives at most cbMaxToken - 1 characters and its terminator.
@@ -90,8 +82,17 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
         tokenLen = cbMaxToken - 1;
         return finish(TOK_LABEL);
     };
+    // Braces always end a word; commas and parentheses only when asked for.
+    // Tested character by character: this runs for every input byte.
     auto isTerminator = [&](int ch) {
-        return ch != '\0' && strchr(szTerminate, ch) != nullptr;
+        switch (ch) {
+        case '{':
+        case '}': return true;
+        case ',': return bCommaEnds;
+        case '(':
+        case ')': return bParensEnd;
+        default: return false;
+        }
     };
 
     int c = chLast;
@@ -142,6 +143,10 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
                     if (c == '\n') CountLine(&m_nLine);
                     chLast = ' ';
                     token[tokenLen++] = ' ';
+                    // A word that only reads as "OBJECT" because a NUL byte
+                    // follows it takes a blank for every white space after
+                    // it; it must not outgrow the word limit.
+                    if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
                 } else if (!IsMibSpace(c)) {
                     chLast = ' ';
                     token[tokenLen++] = static_cast<char>(c);
