@@ -152,9 +152,11 @@ int AssembleCfg(const RunNames& names, bool warnings) {
     copied = fclose(pIntFile) == 0 && copied;
 
     // A result that could not be written completely (a full disk) must not be
-    // reported as a success.
+    // reported as a success, nor left behind looking like one: the truncated
+    // file is removed, and the previous result stays as the newest backup.
     if (!copied) {
         printf("\ncould not write %s\n", names.szPass_3_File);
+        remove(names.szPass_3_File);
         return 1;
     }
     if (warnings)
