@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -423,10 +424,11 @@ public:
 private:
     // Lookup state of AddToQueue: the first record of vAll for each label and
     // the records already queued, rebuilt whenever AddToQueue is handed a
-    // different vAll or queue.
+    // different vAll or queue.  The keys view the labels of the records in
+    // vAll, which stay in place while their module is written.
     const std::vector<node*>* m_indexedAll = nullptr;
     size_t m_indexedAllSize = 0;
-    std::unordered_map<std::string, node*> m_firstByLabel;
+    std::unordered_map<std::string_view, node*> m_firstByLabel;
     const std::vector<node*>* m_indexedQueue = nullptr;
     std::unordered_set<const node*> m_queued;
 

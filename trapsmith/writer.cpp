@@ -5,9 +5,11 @@
 // before its children, then "END".  A process-wide list of the labels
 // already written refuses a second OBJECT IDENTIFIER, OBJECT-IDENTITY,
 // TRAP-TYPE or NOTIFICATION-TYPE of the same name.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -216,8 +218,9 @@ void WriteObjectType(FILE* file, const node* np) {
     }
 }
 
-// First record of the output queue for each label.
-using QueueIndex = std::unordered_map<std::string, const node*>;
+// First record of the output queue for each label; the keys view the labels
+// of the queued records.
+using QueueIndex = std::unordered_map<std::string_view, const node*>;
 
 void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
     fprintf(file, "%s TRAP-TYPE\n", np->szLabel);
@@ -355,15 +358,23 @@ void CMib2Trap::AddToQueue(std::vector<node*>* m_vAll, std::vector<node*>* m_npQ
 
     if (m_queued.count(np)) return;
 
+    // Most chains are one or two records long and are searched directly; a
+    // long chain gets a set, so that it cannot cost quadratic time.
+    constexpr size_t kShortChain = 16;
     std::vector<node*> chain{np};
-    std::unordered_set<const node*> onChain{np};
+    std::unordered_set<const node*> onChain;
+    auto isOnChain = [&](const node* p) {
+        if (chain.size() <= kShortChain) return std::find(chain.begin(), chain.end(), p) != chain.end();
+        if (onChain.empty()) onChain.insert(chain.begin(), chain.end());
+        return onChain.count(p) != 0;
+    };
     for (node* cur = np;;) {
         auto it = m_firstByLabel.find(cur->szParent);
         if (it == m_firstByLabel.end()) break;
         node* parent = it->second;
-        if (m_queued.count(parent) || onChain.count(parent)) break;
+        if (m_queued.count(parent) || isOnChain(parent)) break;
         chain.push_back(parent);
-        onChain.insert(parent);
+        if (!onChain.empty()) onChain.insert(parent);
         cur = parent;
     }
     for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
