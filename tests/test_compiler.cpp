@@ -4,44 +4,16 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <string>
 
 #include "test_util.h"
 
 namespace {
 
-std::string Slurp(const std::string& name) {
-    FILE* f = fopen(name.c_str(), "rb");
-    std::string s = ReadStream(f);
-    if (f) fclose(f);
-    return s;
-}
-
-void Spit(const std::string& name, const std::string& text) {
-    FILE* f = fopen(name.c_str(), "wb");
-    fwrite(text.data(), 1, text.size(), f);
-    fclose(f);
-}
-
 bool Exists(const std::string& name) { return access(name.c_str(), F_OK) == 0; }
 
-// Each test runs in a scratch directory: the compiler names its files
-// relative to the working directory.
-class CompilerTest : public ::testing::Test {
+class CompilerTest : public ScratchTest {
 protected:
-    void SetUp() override {
-        ResetProcessState();
-        char tmpl[] = "/tmp/tscompXXXXXX";
-        ASSERT_NE(mkdtemp(tmpl), nullptr);
-        dir_ = tmpl;
-        ASSERT_EQ(chdir(dir_.c_str()), 0);
-    }
-    void TearDown() override {
-        ResetProcessState();
-        EXPECT_EQ(chdir("/"), 0);
-        EXPECT_EQ(system(("rm -rf " + dir_).c_str()), 0);
-    }
     // Initialize (when out is given) then CompileMIB; returns what they printed.
     std::string Run(CMib2Trap& mib, const char* base, const char* out, const char* mibFile, int pass,
                     bool* ok) {
@@ -49,7 +21,6 @@ protected:
         CAPTURE_STDOUT(printed, *ok = mib.Initialize(base, out, pass) && mib.CompileMIB(mibFile, pass));
         return printed;
     }
-    std::string dir_;
 };
 
 }  // namespace
@@ -75,12 +46,7 @@ TEST_F(CompilerTest, InitializeNamesTheTraceFileAfterTheCutName) {
 }
 
 TEST_F(CompilerTest, InitializeFailuresPrintTheirMessageWithLineZero) {
-    struct Case {
-        const char* file;
-        const char* out;
-        int pass;
-        std::string printed;
-    };
+    struct Case { const char* file; const char* out; int pass; std::string printed; };
     const std::string fits(123, 'a'), tooLong(124, 'b'), longExt = "c." + std::string(130, 'x');
     for (const Case& c : {
              Case{nullptr, "x.int", 1, "\nError in init: mib file not specified"},

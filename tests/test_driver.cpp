@@ -1,8 +1,8 @@
 // Driver: backup rotation, the block copy of the ".cfg" assembly, cleanup,
-// and whole runs.  cleanup and whole runs close descriptors and change the
-// working directory, so they run in a child process.
+// and the refusal of a MIB file named like a work file.  cleanup and whole
+// runs close descriptors and change the working directory, so they run in a
+// child process.
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,31 +20,10 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-std::string Slurp(const std::string& name) {
-    FILE* f = fopen(name.c_str(), "rb");
-    std::string s = f ? ReadStream(f) : "<missing>";
-    if (f) fclose(f);
-    return s;
-}
-
-void Spit(const std::string& name, const std::string& text) {
-    FILE* f = fopen(name.c_str(), "wb");
-    fwrite(text.data(), 1, text.size(), f);
-    fclose(f);
-}
-
 const std::string kBanner = "\nQuorvane Mib Compiler, Version 1.0\nCopyright (c) Quorvane\n";
 
-class DriverTest : public ::testing::Test {
+class DriverTest : public ScratchTest {
 protected:
-    void SetUp() override {
-        char tmpl[] = "/tmp/tsdrvXXXXXX";
-        ASSERT_NE(mkdtemp(tmpl), nullptr);
-        dir_ = tmpl;
-    }
-    void TearDown() override { EXPECT_EQ(system(("rm -rf " + dir_).c_str()), 0); }
-
-    std::string P(const std::string& name) const { return dir_ + "/" + name; }
     Names Entries() const {
         Names names;
         for (const auto& e : std::filesystem::directory_iterator(dir_))
@@ -78,13 +57,12 @@ protected:
             return TrapsmithMain(static_cast<int>(argv.size()) - 1, argv.data());
         }, out);
     }
-    std::string dir_;
 };
 
 }  // namespace
 
 TEST_F(DriverTest, RotationKeepsTheTenNewestResultsAndMovesGapsUp) {
-    const std::string base = P("FOO-MIB");
+    const std::string base = "FOO-MIB";
     for (int run = 1; run <= 12; ++run) {
         RotateBackups(base.c_str());
         Spit(base + ".cfg", std::to_string(run));
@@ -93,7 +71,7 @@ TEST_F(DriverTest, RotationKeepsTheTenNewestResultsAndMovesGapsUp) {
     for (int n = 1; n <= 10; ++n) EXPECT_EQ(Slurp(base + ".cfg_" + std::to_string(n)), std::to_string(12 - n));
     EXPECT_EQ(Entries().size(), 11u);
 
-    const std::string gap = P("gap");
+    const std::string gap = "gap";
     Spit(gap + ".cfg", "current");
     Spit(gap + ".cfg_1", "one");
     Spit(gap + ".cfg_3", "three");
@@ -126,7 +104,7 @@ TEST_F(DriverTest, CleanupRemovesWorkFilesAndClosesStrayDescriptors) {
     for (const char* f : {"FOO-MIB.int", "FOO-MIB.dbg", "FOO-MIB.tmp.dbg", "FOO-MIB.imports", ".dbg", ".tmp.dbg",
                           "IMP-MIB.int", "IMP-MIB.dbg", "IMP-MIB.tmp.dbg", "OTHER.dbg", "FOO-MIB.cfg",
                           "FOO-MIB.mib", "IMP-MIB.mib", "unrelated.dbg"})
-        Spit(P(f), "x");
+        Spit(f, "x");
     std::string out;
     int rc = InChild([]() {
         static char imp[] = "IMP-MIB", other[] = "OTHER", base[] = "FOO-MIB";
@@ -149,27 +127,12 @@ TEST_F(DriverTest, CleanupRemovesWorkFilesAndClosesStrayDescriptors) {
 TEST_F(DriverTest, MibFileThatIsAWorkFileIsRefusedUntouched) {
     for (std::string name : {"foo.int", "./foo.int", "foo.tmp.dbg", "foo.imports", ".dbg"}) {
         const std::string file = name.substr(name.rfind('/') + 1);
-        Spit(P(file), "FOO-MIB DEFINITIONS ::= BEGIN\nEND\n");
+        Spit(file, "FOO-MIB DEFINITIONS ::= BEGIN\nEND\n");
         std::string out;
         EXPECT_EQ(Main({name}, &out), 1) << name;
         EXPECT_EQ(out, kBanner + "\nCompiling " + name + "\n\nMib file name clashes with work file " + name + "\n");
-        EXPECT_EQ(Slurp(P(file)), "FOO-MIB DEFINITIONS ::= BEGIN\nEND\n") << name;
+        EXPECT_EQ(Slurp(file), "FOO-MIB DEFINITIONS ::= BEGIN\nEND\n") << name;
         EXPECT_EQ(Entries(), Names{file}) << name;
-        remove(P(file).c_str());
+        remove(file.c_str());
     }
-}
-
-// Needs the tokenizer, the module parser and import resolution.
-TEST_F(DriverTest, ImportsThatCannotBeCompiledAreWarnings) {
-    const std::string longModule(130, 'L');
-    Spit(P("ACME-MIB.mib"), "ACME-MIB DEFINITIONS ::= BEGIN\nIMPORTS enterprises FROM NOSUCH-SMI\n  acmeRoot FROM " +
-                                longModule + ";\nacme OBJECT IDENTIFIER ::= { enterprises 4242 }\nEND\n");
-    std::string out;
-    EXPECT_EQ(Main({"ACME-MIB.mib"}, &out), 0);
-    EXPECT_EQ(out, kBanner + "\nCompiling ACME-MIB.mib\n\nFailed to open import file: nosuch-smi.mib"
-                             "\ncould not compile module NOSUCH-SMI\n"
-                             "\nLine: 0: Failure to open temporary file " + longModule + ".dbg"
-                             "\ncould not compile module " + longModule + ". init failed.\n"
-                             "\nMib file compilation completed with warnings");
-    EXPECT_EQ(Entries(), (Names{"ACME-MIB.cfg", "ACME-MIB.mib"}));
 }

@@ -1,5 +1,5 @@
-// User types: comparison, the user-type list with its index, and type
-// assignments / TEXTUAL-CONVENTIONs read through the real tokenizer.
+// User types: comparison, the user-type list with its index, and the clauses
+// of a TEXTUAL-CONVENTION read through the real tokenizer.
 #include "test_util.h"
 
 namespace {
@@ -15,10 +15,10 @@ struct TypeFixture : MibFixture {
     std::string out;
     explicit TypeFixture(const std::string& text = "") : MibFixture(text + " ") {}
     // Parses one type definition, as the module parser does after "name ::=".
-    int Parse(std::string name, node* cur = nullptr) {
+    int Parse(std::string name) {
         char tok[TOKEN_BUF];
         int code = 0;
-        CAPTURE_STDOUT(out, code = mib.ParseUserType(tok, &name[0], cur));
+        CAPTURE_STDOUT(out, code = mib.ParseUserType(tok, &name[0], nullptr));
         return code;
     }
     bool Append(MibUserType* utp) {
@@ -57,39 +57,8 @@ TEST(UserTypes, ListKeepsFirstDefinition) {
     CMib2Trap::FreeUserTypeElement(z);
 }
 
-TEST(UserTypes, TypeAssignments) {
-    TypeFixture t("INTEGER (0..3) { a(1) }\nx Base (1..1) y Later z INTEGER { b(2), a(1) } w");
-    EXPECT_EQ(t.Parse("Base"), TOK_LABEL);
-    EXPECT_EQ(t.Parse("Derived"), TOK_LABEL);
-    MibUserType* d = t.Find("Derived");
-    ASSERT_NE(d, nullptr);
-    EXPECT_EQ(d->type, TOK_INTEGER);
-    EXPECT_STREQ(d->szUserDef, "Base");
-    EXPECT_STREQ(d->enums->szLabel, "a");
-    EXPECT_STREQ(d->szSubtype, "(1..1)");
-    EXPECT_EQ(t.Parse("Other"), 0);
-    EXPECT_EQ(t.out, "\nLine: 2: Error defining SYNTAX: Base type undefined Later");
-    EXPECT_EQ(t.Parse("Base"), 0);  // the same items in another order
-    EXPECT_EQ(t.out, "\nLine: 2: Error defining ASN.1 Type: duplicate type with conflicting definition Base");
-}
-
-TEST(UserTypes, SequenceAssignmentsBelongToPreviousDefinition) {
-    TypeFixture t("SEQUENCE { a INTEGER } x SEQUENCE OF E y SEQUENCE OF F z");
-    node* owner = t.mib.CreateNode(TOK_OBJECT_TYPE);
-    EXPECT_EQ(t.Parse("Entry", owner), TOK_LABEL);
-    ASSERT_NE(owner->userDefinedSequence, nullptr);
-    EXPECT_STREQ(owner->userDefinedSequence->szLabel, "Entry");
-    EXPECT_EQ(owner->userDefinedSequence->syntax, TOK_SEQUENCE);
-    EXPECT_EQ(t.Parse("Table", owner), TOK_LABEL);  // replaces the earlier one
-    EXPECT_STREQ(owner->userDefinedSequence->szUserDef, "SEQUENCE OF E");
-    EXPECT_EQ(t.Parse("Dropped"), TOK_LABEL);  // nothing before it: dropped
-    EXPECT_EQ(t.mib.m_pUserTypeList, nullptr);
-    CMib2Trap::FreeNode(owner);
-}
-
 TEST(UserTypes, TextualConventions) {
     struct { const char* text; const char* message; } cases[] = {
-        {"DISPLAY-HINT \"255a\" STATUS current DESCRIPTION \"d\"\nREFERENCE \"r\" SYNTAX OCTET STRING (SIZE (0..9)) x", ""},
         {"STATUS current DESCRIPTION \"d\" SYNTAX OCTET STRING (SIZE (0..9)) x", ""},
         {"DESCRIPTION \"d\"", "Expected 'STATUS', found DESCRIPTION"},
         {"STATUS current REFERENCE \"r\" DESCRIPTION \"d\"", "Expected 'DESCRIPTION', found REFERENCE"},

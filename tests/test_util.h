@@ -1,9 +1,13 @@
 // Helpers shared by the unit tests: a compiler object reading a MIB text from
-// memory, with its trace and output captured in temporary files.
+// memory, with its trace and output captured in temporary files, and a
+// scratch working directory for the code that names its files itself.
 #ifndef TRAPSMITH_TEST_UTIL_H
 #define TRAPSMITH_TEST_UTIL_H
 
+#include <unistd.h>
+
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -31,6 +35,40 @@ inline FILE* TextStream(const std::string& text) {
     }
     return f;
 }
+
+// The whole content of a file, or "<missing>".
+inline std::string Slurp(const std::string& name) {
+    FILE* f = fopen(name.c_str(), "rb");
+    std::string s = f ? ReadStream(f) : "<missing>";
+    if (f) fclose(f);
+    return s;
+}
+
+inline void Spit(const std::string& name, const std::string& text) {
+    FILE* f = fopen(name.c_str(), "wb");
+    ASSERT_NE(f, nullptr) << name;
+    fwrite(text.data(), 1, text.size(), f);
+    fclose(f);
+}
+
+// Runs each test in a fresh scratch directory, with the process state reset
+// before and after.
+class ScratchTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ResetProcessState();
+        char tmpl[] = "/tmp/trapsmith-testXXXXXX";
+        ASSERT_NE(mkdtemp(tmpl), nullptr);
+        dir_ = tmpl;
+        ASSERT_EQ(chdir(dir_.c_str()), 0);
+    }
+    void TearDown() override {
+        ResetProcessState();
+        EXPECT_EQ(chdir("/"), 0);
+        EXPECT_EQ(system(("rm -rf " + dir_).c_str()), 0);
+    }
+    std::string dir_;
+};
 
 // A compiler object set up as a compile would leave it just before parsing:
 // keyword hash built, input open on `text`, line counter at 1, the process
@@ -64,7 +102,6 @@ struct MibFixture {
         return code;
     }
     std::string TraceText() { return ReadStream(mib.m_pTrapFile); }
-    std::string OutputText() { return ReadStream(mib.m_pCfgFile); }
 };
 
 // Captures what a piece of code prints on standard output.
