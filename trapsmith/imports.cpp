@@ -13,35 +13,13 @@
 namespace {
 
 // Names of the registrations written to the ".imports" file so far, in the
-// order first met: a circular list without a separate head holding copies of
-// the names (the registration lists that brought them are freed after
-// writing), with a set beside it for constant-time lookups.
-MibTokenList* objIdList = nullptr;
-std::unordered_set<std::string> objIdIndex;
+// order first met; copies, since the registration lists that brought them are
+// freed after writing.
+WrittenNames objIdList;
 
 // Module lists of the imported files; the registrations written refer to
 // their labels while they are resolved, and they are kept for the run.
 std::vector<ModListNode*> importedModules;
-
-// Returns true when the name was new and has been recorded.
-bool RecordWrittenName(const char* szName) {
-    if (!objIdIndex.insert(szName).second) return false;
-    const size_t n = std::strlen(szName);
-    char* copy = new char[n + 1];
-    std::memcpy(copy, szName, n + 1);
-    MibTokenList* elem = new MibTokenList{nullptr, nullptr, copy};
-    if (!objIdList) {
-        elem->forw = elem->back = elem;
-        objIdList = elem;
-    } else {
-        MibTokenList* last = objIdList->back;
-        elem->forw = objIdList;
-        elem->back = last;
-        last->forw = elem;
-        objIdList->back = elem;
-    }
-    return true;
-}
 
 // Labels every reader of the output knows; they are never registered.
 bool IsRootLabel(const char* szLabel) {
@@ -85,17 +63,7 @@ std::string Lower(std::string s) {
 }  // namespace
 
 void ResetImportWriterState() {
-    if (objIdList) {
-        MibTokenList* e = objIdList;
-        do {
-            MibTokenList* next = e->forw;
-            delete[] e->szToken;
-            delete e;
-            e = next;
-        } while (e != objIdList);
-        objIdList = nullptr;
-    }
-    objIdIndex.clear();
+    objIdList.Clear();
     for (ModListNode* mod : importedModules) CMib2Trap::FreeModList(mod);
     importedModules.clear();
 }
@@ -121,7 +89,7 @@ void NameValueList::dump(FILE* file) {
     NameValueList* rec = back;
     for (;;) {
         const char* szName = rec->szName ? rec->szName : "";
-        if (RecordWrittenName(szName))
+        if (objIdList.Add(szName))
             fprintf(file, "\n%s OBJECT IDENTIFIER ::= { %s %d }", szName,
                     rec->szParent ? rec->szParent : "", rec->subid);
         if (rec == this) break;

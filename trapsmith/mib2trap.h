@@ -285,6 +285,26 @@ void ResetProcessState();
 // trace-file names are formed from this prefix.
 size_t BaseNameLength(const char* szName);
 
+// A heap copy (malloc) of the first len characters of text with a terminator;
+// null when memory runs out.  Record fields own such copies and free them.
+char* CopyText(const char* text, size_t len);
+// The same for a whole text; a null text gives null.
+char* CopyText(const char* text);
+
+// The written-names lists of the writers: a circular list without a separate
+// head whose elements own copies (new[]) of the names in the order written,
+// with a set beside it that answers membership in constant time.
+struct WrittenNames {
+    MibTokenList* list = nullptr;
+    std::unordered_set<std::string> index;
+
+    bool Contains(const char* szName) const { return index.count(szName) != 0; }
+    // Appends a copy of the name; false, changing nothing, when it is there.
+    bool Add(const char* szName);
+    // Frees every element and empties the set.
+    void Clear();
+};
+
 // The per-subsystem parts of ResetProcessState.
 void ResetTokenizerState();
 void ResetImportFiles();

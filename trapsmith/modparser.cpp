@@ -49,16 +49,6 @@ bool EndsWithSemicolon(const char* word) {
     return len > 0 && word[len - 1] == ';';
 }
 
-char* CopyText(const char* text, size_t len) {
-    char* copy = static_cast<char*>(std::malloc(len + 1));
-    if (copy == nullptr) return nullptr;
-    std::memcpy(copy, text, len);
-    copy[len] = '\0';
-    return copy;
-}
-
-char* CopyText(const char* text) { return CopyText(text, std::strlen(text)); }
-
 // A heap copy of a word without one trailing "," or ";".
 char* CopyWithoutSeparator(const char* word) {
     size_t len = std::strlen(word);

@@ -21,14 +21,6 @@ int ComponentNumber(const char* text) {
     return static_cast<int>(value);
 }
 
-char* CopyText(const char* text, size_t len) {
-    char* copy = static_cast<char*>(std::malloc(len + 1));
-    if (copy == nullptr) return nullptr;
-    std::memcpy(copy, text, len);
-    copy[len] = '\0';
-    return copy;
-}
-
 void ReleaseLabels(subid* oider, int count) {
     for (int i = 0; i < count; ++i) {
         std::free(oider[i].szLabel);

@@ -16,15 +16,6 @@ constexpr size_t QUOTED_MAX = 4096;   // longest quoted text kept
 constexpr size_t ITEM_MAX = 1023;     // longest quoted list item
 constexpr size_t SUBTYPE_MAX = 1023;  // longest subtype text kept
 
-char* CopyText(const char* text, size_t len) {
-    char* copy = static_cast<char*>(malloc(len + 1));
-    if (copy != nullptr) {
-        memcpy(copy, text, len);
-        copy[len] = '\0';
-    }
-    return copy;
-}
-
 // Once a reader goes on reading a text directly from the stream after its
 // first word, the character that ended that word is part of the text: it is
 // taken from the push-back here (a newline counted at once), so that it is

@@ -33,6 +33,16 @@ node* CMib2Trap::CreateNode(int type) {
     return np;
 }
 
+char* CopyText(const char* text, size_t len) {
+    char* copy = static_cast<char*>(std::malloc(len + 1));
+    if (copy == nullptr) return nullptr;
+    std::memcpy(copy, text, len);
+    copy[len] = '\0';
+    return copy;
+}
+
+char* CopyText(const char* text) { return text ? CopyText(text, std::strlen(text)) : nullptr; }
+
 void CMib2Trap::GenericZeroMemory(void* here, size_t len) {
     if (here == nullptr || len == 0) return;
     std::memset(here, 0, len);

@@ -40,6 +40,22 @@ bool IsOpeningBrace(int code, const char* szToken) {
 }  // namespace
 
 bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
+    // Reads an enumeration into the record's list, replacing what it held;
+    // without a record the items are read and dropped.  Returns the code of
+    // the word after the closing brace, or 0 on failure.
+    auto ParseEnumsInto = [this](node* rec, char* szWord) {
+        MibEnumList* scratch = nullptr;
+        MibEnumList** target = &scratch;
+        if (rec) {
+            FreeEnumList(rec->enums);
+            rec->enums = nullptr;
+            target = &rec->enums;
+        }
+        const int code = ParseEnums(szWord, target);
+        FreeEnumList(scratch);
+        return code;
+    };
+
     if (*type == 0) *type = GetToken(m_pInFile, szToken, GT_PARENS);
     if (np) np->syntax = *type;
 
@@ -95,15 +111,7 @@ bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
         }
         if (IsOpeningBrace(*type, szToken)) {
             Trace("{ ");
-            MibEnumList* scratch = nullptr;
-            MibEnumList** target = &scratch;
-            if (np) {
-                FreeEnumList(np->enums);
-                np->enums = nullptr;
-                target = &np->enums;
-            }
-            *type = ParseEnums(szToken, target);
-            FreeEnumList(scratch);
+            *type = ParseEnumsInto(np, szToken);
             // The list is closed in the trace even when it failed; only the
             // line end is then missing.
             Trace(" }");
@@ -117,15 +125,7 @@ bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
         // BITS writes no record of its own; ParseEnums echoes its items.
         *type = GetToken(m_pInFile, szToken, 0);
         if (IsOpeningBrace(*type, szToken)) {
-            MibEnumList* scratch = nullptr;
-            MibEnumList** target = &scratch;
-            if (np) {
-                FreeEnumList(np->enums);
-                np->enums = nullptr;
-                target = &np->enums;
-            }
-            *type = ParseEnums(szToken, target);
-            FreeEnumList(scratch);
+            *type = ParseEnumsInto(np, szToken);
             if (*type == 0) return false;
         }
         return true;
@@ -197,6 +197,25 @@ int CMib2Trap::ParseEnums(char* szToken, MibEnumList** enums) {
     // neither commas nor parentheses end words), so the scan keeps its
     // position inside the current word.
     const char* p = szToken;
+
+    // Moves past a parenthesis found at `at` in the current word, or read as
+    // the next word when `at` is null (message `msg` when the next word is
+    // something else); returns what follows it, reading the next word when
+    // the current one ends there, or null on failure.
+    auto PassPunctuation = [&](const char* at, char punct, int msg) -> const char* {
+        if (!at) {
+            code = GetToken(m_pInFile, szToken, 0);
+            if (code != TOK_LABEL || szToken[0] != punct) {
+                DisplayMsg(msg, szToken);
+                return nullptr;
+            }
+            at = szToken;
+        }
+        if (at[1] != '\0') return at + 1;
+        code = GetToken(m_pInFile, szToken, 0);
+        return szToken;
+    };
+
     while (code != TOK_EOF) {
         if (code == TOK_ACCESS) {
             DisplayMsg(206, szToken);
@@ -222,19 +241,8 @@ int CMib2Trap::ParseEnums(char* szToken, MibEnumList** enums) {
         item->szLabel = strndup(p, labelLen);
         if (!item->szLabel) return 0;
 
-        if (!paren) {
-            code = GetToken(m_pInFile, szToken, 0);
-            if (code != TOK_LABEL || szToken[0] != '(') {
-                DisplayMsg(207, szToken);
-                return 0;
-            }
-            paren = szToken;
-        }
-        p = paren + 1;
-        if (*p == '\0') {
-            code = GetToken(m_pInFile, szToken, 0);
-            p = szToken;
-        }
+        p = PassPunctuation(paren, '(', 207);
+        if (!p) return 0;
 
         const char* close = strchr(p, ')');
         char szValue[TOKEN_BUF];
@@ -249,19 +257,8 @@ int CMib2Trap::ParseEnums(char* szToken, MibEnumList** enums) {
         }
         item->value = value;
 
-        if (!close) {
-            code = GetToken(m_pInFile, szToken, 0);
-            if (code != TOK_LABEL || szToken[0] != ')') {
-                DisplayMsg(209, szToken);
-                return 0;
-            }
-            close = szToken;
-        }
-        p = close + 1;
-        if (*p == '\0') {
-            code = GetToken(m_pInFile, szToken, 0);
-            p = szToken;
-        }
+        p = PassPunctuation(close, ')', 209);
+        if (!p) return 0;
     }
     if (code == TOK_EOF) {
         DisplayMsg(210);

@@ -2,6 +2,7 @@
 // carrying one pointer that the list either owns (a heap string, released
 // with free()) or borrows (a record that lives elsewhere).
 #include <cstdlib>
+#include <cstring>
 
 #include "mib2trap.h"
 
@@ -64,4 +65,37 @@ void CMib2Trap::FreeTokenList(MibTokenList* tlh) {
 void CMib2Trap::FreeObjDefnOnTokenList(MibTokenList* tlh) {
     if (tlh == nullptr) return;
     for (MibTokenList* elem = tlh->forw; elem != tlh; elem = elem->forw) elem->szToken = nullptr;
+}
+
+bool WrittenNames::Add(const char* szName) {
+    if (!index.insert(szName).second) return false;
+    const size_t n = std::strlen(szName);
+    char* copy = new char[n + 1];
+    std::memcpy(copy, szName, n + 1);
+    MibTokenList* elem = new MibTokenList{nullptr, nullptr, copy};
+    if (!list) {
+        elem->forw = elem->back = elem;
+        list = elem;
+    } else {
+        MibTokenList* last = list->back;
+        elem->forw = list;
+        elem->back = last;
+        last->forw = elem;
+        list->back = elem;
+    }
+    return true;
+}
+
+void WrittenNames::Clear() {
+    if (list) {
+        MibTokenList* e = list;
+        do {
+            MibTokenList* next = e->forw;
+            delete[] e->szToken;
+            delete e;
+            e = next;
+        } while (e != list);
+        list = nullptr;
+    }
+    index.clear();
 }

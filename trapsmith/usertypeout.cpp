@@ -5,37 +5,20 @@
 #include <unordered_set>
 
 #include "mib2trap.h"
+#include "smitext.h"
 
 namespace {
+
+using smitext::Text;
+using smitext::WriteEnums;
+using smitext::WriteNamed;
+using smitext::kTextualConventionNames;
 
 // The types written so far, in the order written: a token list with a head
 // whose payloads are the written MibUserType records, which it owns from
 // then on.  The set beside it holds their names for constant-time lookups.
 MibTokenList* pUserTypeList = nullptr;
 std::unordered_set<std::string> writtenTypeNames;
-
-const char* Text(const char* sz) { return sz ? sz : ""; }
-
-// Names of the textual-convention types MacAddress (97) to TAddress (110).
-const char* const kTextualConventionNames[] = {
-    "MacAddress",   "TruthValue",  "TestAndIncr",  "AutonomousType", "InstancePointer",
-    "VariablePointer", "RowPointer", "RowStatus", "TimeStamp",   "TimeInterval",
-    "DateAndTime",  "StorageType", "TDomain",      "TAddress",
-};
-
-void WriteNamed(FILE* file, const char* szName, const char* szSubtype) {
-    if (szSubtype)
-        fprintf(file, "%s %s\n", szName, szSubtype);
-    else
-        fprintf(file, "%s\n", szName);
-}
-
-void WriteEnums(FILE* file, const char* szOpener, const MibEnumList* ep) {
-    fputs(szOpener, file);
-    for (const MibEnumList* e = ep; e; e = e->next)
-        fprintf(file, e == ep ? "\t%s(%d)" : ",\n\t%s(%d)", Text(e->szLabel), e->value);
-    fputs("\n\t}\n", file);
-}
 
 void WriteUserType(FILE* file, const MibUserType* utp) {
     fprintf(file, "\n%s ::=\n\t", Text(utp->szName));

@@ -8,11 +8,6 @@
 
 namespace {
 
-// Heap copy of a text for a record field; null stays null.
-char* CopyText(const char* sz) {
-    return sz ? strdup(sz) : nullptr;
-}
-
 bool SameText(const char* a, const char* b) {
     if (!a || !b) return a == b;
     return strcmp(a, b) == 0;

@@ -15,44 +15,22 @@
 #include <vector>
 
 #include "mib2trap.h"
+#include "smitext.h"
 
 // Name of the module PrintMIB wrote last (a heap copy), for the ".cfg" header.
 char* szMibModuleName = nullptr;
 
 namespace {
 
-// Labels of the checked records written so far, in the order written.  A
-// circular list without a separate head: the first element holds the first
-// label.  The list keeps its own copies of the labels, so it stays valid when
-// the module lists it came from have been freed; the set beside it answers
-// membership in constant time.
-MibTokenList* objIdList = nullptr;
-std::unordered_set<std::string> objIdIndex;
+// Labels of the checked records written so far, in the order written.  The
+// list keeps its own copies of the labels, so it stays valid when the module
+// lists they came from have been freed.
+WrittenNames objIdList;
 
-char* CopyText(const char* sz) {
-    size_t n = std::strlen(sz);
-    char* copy = new char[n + 1];
-    std::memcpy(copy, sz, n + 1);
-    return copy;
-}
-
-void AppendWrittenLabel(const char* szLabel) {
-    MibTokenList* elem = new MibTokenList{nullptr, nullptr, CopyText(szLabel)};
-    if (!objIdList) {
-        elem->forw = elem->back = elem;
-        objIdList = elem;
-    } else {
-        MibTokenList* last = objIdList->back;
-        elem->forw = objIdList;
-        elem->back = last;
-        last->forw = elem;
-        objIdList->back = elem;
-    }
-    objIdIndex.insert(szLabel);
-}
-
-// Absent texts are written as the empty string rather than dereferenced.
-const char* Text(const char* sz) { return sz ? sz : ""; }
+using smitext::Text;
+using smitext::WriteEnums;
+using smitext::WriteNamed;
+using smitext::kTextualConventionNames;
 
 // The reserved word of a token code, for syntaxes that are written by name.
 const char* KeywordOfCode(int code) {
@@ -60,13 +38,6 @@ const char* KeywordOfCode(int code) {
         if (t->nToken == code) return t->szName;
     return "";
 }
-
-// Names of the textual-convention syntaxes MacAddress (97) to TAddress (110).
-const char* const kTextualConventionNames[] = {
-    "MacAddress",   "TruthValue",  "TestAndIncr",  "AutonomousType", "InstancePointer",
-    "VariablePointer", "RowPointer", "RowStatus", "TimeStamp",   "TimeInterval",
-    "DateAndTime",  "StorageType", "TDomain",      "TAddress",
-};
 
 bool IsChecked(int type) {
     return type == TOK_OBJECT_IDENTIFIER || type == TOK_OBJECT_IDENTITY || type == TOK_TRAP_TYPE ||
@@ -80,21 +51,6 @@ bool IsRegistration(int type) {
 }
 
 bool IsTrap(int type) { return type == TOK_TRAP_TYPE || type == TOK_NOTIFICATION_TYPE; }
-
-// A type name followed by its subtype when there is one.
-void WriteNamed(FILE* file, const char* szName, const char* szSubtype) {
-    if (szSubtype)
-        fprintf(file, "%s %s\n", szName, szSubtype);
-    else
-        fprintf(file, "%s\n", szName);
-}
-
-void WriteEnums(FILE* file, const char* szOpener, const MibEnumList* ep) {
-    fputs(szOpener, file);
-    for (const MibEnumList* e = ep; e; e = e->next)
-        fprintf(file, e == ep ? "\t%s(%d)" : ",\n\t%s(%d)", Text(e->szLabel), e->value);
-    fputs("\n\t}\n", file);
-}
 
 // The INDEX clause "\tINDEX { a , b }\n", built in a string so that an INDEX
 // list of any length fits; empty when the list has no element.
@@ -260,17 +216,7 @@ void WriteRecord(FILE* file, const node* np, const QueueIndex& firstInQueue) {
 }  // namespace
 
 void ResetPrintMIBState() {
-    if (objIdList) {
-        MibTokenList* e = objIdList;
-        do {
-            MibTokenList* next = e->forw;
-            delete[] e->szToken;
-            delete e;
-            e = next;
-        } while (e != objIdList);
-        objIdList = nullptr;
-    }
-    objIdIndex.clear();
+    objIdList.Clear();
     delete[] szMibModuleName;
     szMibModuleName = nullptr;
 }
@@ -317,13 +263,13 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
         for (const node* np : npQueue) {
             fputs("\n", file);
             if (IsChecked(np->type)) {
-                if (objIdIndex.count(np->szLabel)) {
+                if (objIdList.Contains(np->szLabel)) {
                     printf(IsTrap(np->type) ? "\nDuplicate trap object %s on line %d"
                                             : "\nDuplicate object %s on line %d",
                            np->szLabel, np->def_line);
                     return false;
                 }
-                AppendWrittenLabel(np->szLabel);
+                objIdList.Add(np->szLabel);
             }
             WriteRecord(file, np, firstInQueue);
         }
