@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -290,6 +291,19 @@ size_t BaseNameLength(const char* szName);
 char* CopyText(const char* text, size_t len);
 // The same for a whole text; a null text gives null.
 char* CopyText(const char* text);
+
+// Copies a text into a fixed field, cut to the field's size and always
+// terminated.
+template <size_t N>
+void CopyInto(char (&field)[N], const char* text) {
+    const size_t len = strnlen(text, N - 1);
+    memmove(field, text, len);
+    field[len] = '\0';
+}
+
+// Frees the labels of the first count components of an OID value read by
+// GetOid and clears them.
+void ReleaseOidLabels(subid* oider, int count);
 
 // The written-names lists of the writers: a circular list without a separate
 // head whose elements own copies (new[]) of the names in the order written,

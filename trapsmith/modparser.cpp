@@ -56,17 +56,6 @@ char* CopyWithoutSeparator(const char* word) {
     return CopyText(word, len);
 }
 
-void CopyLabel(char (&field)[LABEL_LEN], const char* text) {
-    std::snprintf(field, sizeof field, "%s", text);
-}
-
-void ReleaseComponentLabels(subid* oider, int count) {
-    for (int i = 0; i < count; ++i) {
-        std::free(oider[i].szLabel);
-        oider[i].szLabel = nullptr;
-    }
-}
-
 // The state of one parse of a file.
 class ModuleParser {
 public:
@@ -177,7 +166,7 @@ ModListNode* ModuleParser::Run() {
 
 // The current word is a label: a module header or a statement.
 void ModuleParser::Statement() {
-    std::snprintf(szName, sizeof szName, "%s", szToken);
+    CopyInto(szName, szToken);
     mib.m_nNameLine = mib.m_nLine;
     Next();
 
@@ -276,7 +265,7 @@ void ModuleParser::ModuleHeader() {
         Fail();
         return;
     }
-    std::snprintf(mib.m_szModName, sizeof mib.m_szModName, "%s", szName);
+    CopyInto(mib.m_szModName, szName);
     mib.Trace("#-MODULENAME: %s\n\n", szName);
     if (!mib.ParseDefinitions(szName)) {
         Fail();
@@ -288,9 +277,8 @@ void ModuleParser::ModuleHeader() {
         Fail();
         return;
     }
-    std::snprintf(mod->szModName, sizeof mod->szModName, "%s", szName);
-    std::snprintf(mod->szMibName, sizeof mod->szMibName, "%s",
-                  mib.m_szMibName ? mib.m_szMibName : "");
+    CopyInto(mod->szModName, szName);
+    CopyInto(mod->szMibName, mib.m_szMibName ? mib.m_szMibName : "");
     if (mlp != nullptr)
         mlp->next_mod = mod;
     else
@@ -407,12 +395,12 @@ void ModuleParser::Register(node* r, bool bValueRead) {
         if (n < 2) {
             // Nothing to register (or an error GetOid has reported): the
             // statement is dropped and the parse goes on.
-            ReleaseComponentLabels(oider, n);
+            ReleaseOidLabels(oider, n);
             DropRecord(r);
             return;
         }
         r = BuildRegistration(r, oider, n);
-        ReleaseComponentLabels(oider, n);
+        ReleaseOidLabels(oider, n);
         if (r == nullptr) {
             Fail();
             return;
@@ -435,10 +423,10 @@ node* ModuleParser::BuildRegistration(node* r, subid* oider, int n) {
         }
     }
 
-    CopyLabel(r->szParent, oider[n - 2].szLabel);
+    CopyInto(r->szParent, oider[n - 2].szLabel);
     mib.Trace("#-OBJECT_OID: %s", oider[n - 2].szLabel);
     r->def_line = mib.m_nNameLine;
-    CopyLabel(r->szLabel, szName);
+    CopyInto(r->szLabel, szName);
     if (oider[n - 1].nSubid == -1) {
         mib.DisplayMsg(119);
         DropRecord(r);
@@ -457,8 +445,8 @@ node* ModuleParser::BuildRegistration(node* r, subid* oider, int n) {
             DropRecord(r);
             return nullptr;
         }
-        CopyLabel(step->szLabel, oider[i].szLabel);
-        CopyLabel(step->szParent, oider[i - 1].szLabel);
+        CopyInto(step->szLabel, oider[i].szLabel);
+        CopyInto(step->szParent, oider[i - 1].szLabel);
         step->subid = oider[i].nSubid;
         step->def_line = mib.m_nNameLine;
         if (last != nullptr)

@@ -21,17 +21,6 @@ int ComponentNumber(const char* text) {
     return static_cast<int>(value);
 }
 
-void ReleaseLabels(subid* oider, int count) {
-    for (int i = 0; i < count; ++i) {
-        std::free(oider[i].szLabel);
-        oider[i].szLabel = nullptr;
-    }
-}
-
-void CopyLabel(char (&field)[LABEL_LEN], const char* text) {
-    std::snprintf(field, sizeof field, "%s", text);
-}
-
 }  // namespace
 
 // Reads "{ component ... }" into oider.  On failure the labels stored so far
@@ -55,14 +44,14 @@ int CMib2Trap::GetOid(subid* oider, int length) {
             } else {
                 DisplayMsg(197, szToken);
             }
-            ReleaseLabels(oider, i);
+            ReleaseOidLabels(oider, i);
             return 0;
         }
         if (i == length) {
             char szMax[16];
             std::snprintf(szMax, sizeof szMax, "%d", length);
             DisplayMsg(199, szMax);
-            ReleaseLabels(oider, i);
+            ReleaseOidLabels(oider, i);
             return 0;
         }
 
@@ -79,13 +68,13 @@ int CMib2Trap::GetOid(subid* oider, int length) {
         size_t labelLen = open ? static_cast<size_t>(open - szToken) : std::strlen(szToken);
         component.szLabel = CopyText(szToken, labelLen);
         if (component.szLabel == nullptr) {
-            ReleaseLabels(oider, i);
+            ReleaseOidLabels(oider, i);
             return 0;
         }
         if (open == nullptr) continue;
         if (std::strchr(open + 1, ')') == nullptr) {
             DisplayMsg(198, szToken);
-            ReleaseLabels(oider, i + 1);
+            ReleaseOidLabels(oider, i + 1);
             return 0;
         }
         component.nSubid = ComponentNumber(open + 1);
@@ -114,7 +103,7 @@ node* CMib2Trap::ParseObjectId(char* szName) {
     // refused here rather than handed on as a record without a number.
     if (n < 2) {
         DisplayMsg(153, szName);
-        ReleaseLabels(oider, n);
+        ReleaseOidLabels(oider, n);
         return nullptr;
     }
 
@@ -126,8 +115,8 @@ node* CMib2Trap::ParseObjectId(char* szName) {
         const subid& parent = oider[i];
         const subid& child = oider[i + 1];
         if (parent.szLabel != nullptr && (child.szLabel != nullptr || child.nSubid != -1)) {
-            CopyLabel(cur->szParent, parent.szLabel);
-            if (child.szLabel != nullptr) CopyLabel(cur->szLabel, child.szLabel);
+            CopyInto(cur->szParent, parent.szLabel);
+            if (child.szLabel != nullptr) CopyInto(cur->szLabel, child.szLabel);
             cur->subid = child.nSubid;
             cur->type = 0;
             cur->enums = nullptr;
@@ -154,8 +143,8 @@ node* CMib2Trap::ParseObjectId(char* szName) {
             DisplayMsg(153, szName);
             bFailed = true;
         } else {
-            CopyLabel(cur->szParent, parent.szLabel);
-            CopyLabel(cur->szLabel, szName);
+            CopyInto(cur->szParent, parent.szLabel);
+            CopyInto(cur->szLabel, szName);
             cur->def_line = m_nNameLine;
             if (last.nSubid == -1) {
                 DisplayMsg(152, szName);
@@ -166,10 +155,17 @@ node* CMib2Trap::ParseObjectId(char* szName) {
         }
     }
 
-    ReleaseLabels(oider, n);
+    ReleaseOidLabels(oider, n);
     if (bFailed) {
         FreeNodeList(first);
         return nullptr;
     }
     return first;
+}
+
+void ReleaseOidLabels(subid* oider, int count) {
+    for (int i = 0; i < count; ++i) {
+        std::free(oider[i].szLabel);
+        oider[i].szLabel = nullptr;
+    }
 }

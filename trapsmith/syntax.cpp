@@ -62,7 +62,7 @@ bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
     if (*type == TOK_LABEL) {
         // The subtype reader reuses the token buffer, so keep the name.
         char szTypeName[TOKEN_BUF];
-        snprintf(szTypeName, sizeof szTypeName, "%s", szToken);
+        CopyInto(szTypeName, szToken);
         if (np) {
             free(np->szUserDef);
             np->szUserDef = strdup(szTypeName);

@@ -190,9 +190,5 @@ char* CMib2Trap::MibGetModFromLine(const char* szLine, const char* szMatch) {
     if (szLine == nullptr || szMatch == nullptr) return nullptr;
     const size_t matchLen = strlen(szMatch);
     if (strncmp(szLine, szMatch, matchLen) != 0) return nullptr;
-    const char* rest = szLine + matchLen;
-    const size_t restLen = strlen(rest);
-    char* copy = static_cast<char*>(malloc(restLen + 1));
-    if (copy != nullptr) memcpy(copy, rest, restLen + 1);
-    return copy;
+    return CopyText(szLine + matchLen);
 }

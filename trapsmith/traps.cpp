@@ -13,19 +13,6 @@
 
 namespace {
 
-// Heap copy of a text, released with free() by the record that keeps it.
-char* DupText(const char* sz) {
-    size_t len = strlen(sz);
-    char* copy = static_cast<char*>(malloc(len + 1));
-    if (copy) memcpy(copy, sz, len + 1);
-    return copy;
-}
-
-// Bounded copy into a label field; descriptors from the tokenizer always fit.
-void CopyLabel(char (&dst)[LABEL_LEN], const char* src) {
-    snprintf(dst, sizeof dst, "%s", src);
-}
-
 // Reads a trap number the way strtoul does in base 10 (an optional sign, then
 // digits, nothing left over), without overflowing.  The number must also fit
 // the int that holds it: a negative sign wraps a non-zero value far beyond
@@ -79,7 +66,7 @@ int ReadTrapAnnotations(CMib2Trap* mib, node* np, char* szTrapToken) {
         }
         if (szTrapToken[0] != '#') continue;
         keyword* kp = static_cast<keyword*>(calloc(1, sizeof(keyword)));
-        char* text = DupText(szTrapToken);
+        char* text = CopyText(szTrapToken);
         if (!kp || !text) {
             free(kp);
             free(text);
@@ -101,7 +88,7 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
 
     node* np = CreateNode(TOK_TRAP_TYPE);
     if (!np) return nullptr;
-    CopyLabel(np->szLabel, szName);
+    CopyInto(np->szLabel, szName);
     Trace("#-START_TRAPNAME: %s\n", szName);
 
     int type = GetToken(m_pInFile, szToken, 0);
@@ -113,8 +100,8 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
 
     type = GetToken(m_pInFile, szToken, 0);
     if (type == TOK_LABEL) {
-        CopyLabel(np->szParent, szToken);
-        np->szEnterprise = DupText(szToken);
+        CopyInto(np->szParent, szToken);
+        np->szEnterprise = CopyText(szToken);
         Trace("#-TRAP_ENTERPRISE: %s\n", szToken);
     } else if (type == TOK_BRACE && szToken[0] == '{') {
         // A registration in braces: the last word before "}" is the
@@ -130,9 +117,9 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
                 FreeNode(np);
                 return nullptr;
             }
-            CopyLabel(np->szParent, szToken);
+            CopyInto(np->szParent, szToken);
             free(np->szEnterprise);
-            np->szEnterprise = DupText(szToken);
+            np->szEnterprise = CopyText(szToken);
         }
     } else {
         DisplayMsg(156, szToken);
@@ -151,7 +138,7 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
         int count = 0;
         CreateTokenListHead(&np->augment_name);
         for (tagBracedList* item = list; item; item = item->pNext) {
-            char* copy = DupText(item->szString ? item->szString : "");
+            char* copy = CopyText(item->szString ? item->szString : "");
             if (copy && !InsertTokenIntoQueue(copy, np->augment_name)) free(copy);
             ++count;
         }
@@ -219,7 +206,7 @@ node* CMib2Trap::ParseNotificationType(char* szName) {
         for (tagBracedList* item = list; item; item = item->pNext) {
             const char* text = item->szString ? item->szString : "";
             Trace("OBJECT: %s\n", text);
-            char* copy = DupText(text);
+            char* copy = CopyText(text);
             if (copy && !InsertTokenIntoQueue(copy, np->augment_name)) free(copy);
         }
         FreeBracedList(list);
@@ -286,7 +273,7 @@ int CMib2Trap::FixTrapTypeNodes(node** nodes) {
 
         if (IsGenericTrap(np)) {
             if (np->subid == 0) childZero[parent].erase(Slot(pos, np));
-            CopyLabel(np->szParent, "snmpTraps");
+            CopyInto(np->szParent, "snmpTraps");
             np->subid += 1;
             continue;
         }
@@ -308,8 +295,8 @@ int CMib2Trap::FixTrapTypeNodes(node** nodes) {
             if (len < 0 || len >= LABEL_LEN) return 1;
             target = CreateNode(0);
             if (!target) return 1;
-            CopyLabel(target->szLabel, label);
-            CopyLabel(target->szParent, np->szParent);
+            CopyInto(target->szLabel, label);
+            CopyInto(target->szParent, np->szParent);
             target->subid = 0;
             target->def_line = m_nLine;
             target->next = np;
@@ -324,7 +311,7 @@ int CMib2Trap::FixTrapTypeNodes(node** nodes) {
             childZero[parent].erase(Slot(pos, np));
             childZero[target->szLabel].insert(Slot(pos, np));
         }
-        CopyLabel(np->szParent, target->szLabel);
+        CopyInto(np->szParent, target->szLabel);
     }
     return 0;
 }

@@ -18,7 +18,7 @@ bool SameText(const char* a, const char* b) {
 int CMib2Trap::ParseUserType(char* szToken, char* szName, node* cur_np) {
     node* np = CreateNode(TOK_LABEL);
     if (!np) return 0;
-    snprintf(np->szLabel, sizeof np->szLabel, "%s", szName);
+    CopyInto(np->szLabel, szName);
     np->def_line = m_nNameLine;
 
     int type = GetToken(m_pInFile, szToken, GT_PARENS);
