@@ -58,20 +58,6 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
         szToken[0] = '\0';
         return TOK_EOF;
     };
-    // The input ends while a word is being built: the end of input ends the
-    // word as white space would, and the next call returns TOK_EOF.  Many MIB
-    // files end in "END" without a final newline, and dropping that word would
-    // fail them with "Missing keyword END".
-    auto endOfInputInWord = [&]() -> int {
-        if (dashcnt == 1 && tokenLen < cbMaxToken - 1) token[tokenLen++] = '-';
-        if (tokenLen == 0) return endOfInput();
-        chLast = ' ';
-        token[tokenLen] = '\0';
-        if ((fFlag & GT_OBJECT) && strcmp(token, "OBJECT") == 0) return finish(TOK_OBJECT);
-        const tok* kw = FindKeyword(m_pBuckets, token);
-        if (kw == nullptr || kw->nToken == TOK_CONTINUE) return finish(TOK_LABEL);
-        return finish(kw->nToken);
-    };
     // Over-long word: warn once, skip the rest of it up to white space and
     // return its first cbMaxToken - 1 characters.  `next` is the first
     // character not yet examined.
@@ -182,7 +168,10 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
         }
 
         c = ReadMibChar(fp);
-        if (c == EOF) return endOfInputInWord();
+        // End of input while a word is being built: the word is not
+        // returned, so a file whose last word has no line break after it
+        // ("END" at the very end) loses that word.
+        if (c == EOF) return endOfInput();
     }
 }
 
