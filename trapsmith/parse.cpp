@@ -60,15 +60,23 @@ int parseDecVal(const char* s, int32_t* pv) {
     }
     if (*s < '0' || *s > '9') return 0;
 
-    // Accumulated as a magnitude; a value outside the 32-bit signed range
-    // fails and stores nothing.
-    const int64_t limit = negative ? INT64_C(2147483648) : INT64_C(2147483647);
-    int64_t magnitude = 0;
+    // A value outside the 32-bit range is not rejected.  It is read as a
+    // 64-bit value, saturated at the ends of that range as the C library
+    // does, and its low 32 bits are stored: 4294967295 gives -1, as
+    // 'FFFFFFFF'H does, and anything above 2^63 - 1 gives -1 as well.
+    constexpr uint64_t kMaxMagnitude = UINT64_C(1) << 63;  // |INT64_MIN|
+    uint64_t magnitude = 0;
     for (; *s >= '0' && *s <= '9'; ++s) {
-        magnitude = magnitude * 10 + (*s - '0');
-        if (magnitude > limit) return 0;
+        const uint64_t digit = static_cast<uint64_t>(*s - '0');
+        // Past 2^63 the magnitude stays at 2^63 + 1, which saturates either way.
+        magnitude = magnitude > (kMaxMagnitude - digit) / 10 ? kMaxMagnitude + 1 : magnitude * 10 + digit;
     }
-    *pv = static_cast<int32_t>(negative ? -magnitude : magnitude);
+    uint64_t bits;
+    if (negative)
+        bits = magnitude >= kMaxMagnitude ? kMaxMagnitude : (~magnitude + 1);  // INT64_MIN or -magnitude
+    else
+        bits = magnitude >= kMaxMagnitude ? kMaxMagnitude - 1 : magnitude;    // INT64_MAX or magnitude
+    *pv = static_cast<int32_t>(static_cast<uint32_t>(bits));
     // The number is stored even when something follows it; only a number
     // that ends the text is a success.
     return *s == '\0' ? 1 : 0;
