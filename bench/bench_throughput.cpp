@@ -3,9 +3,10 @@
 //
 //   trapsmith_bench [benchmark flags] [--corpus=DIR] [--generated=FILE]
 //
-// Two inputs: DELL-MM-MIB.mib, the largest module of the MIB corpus (DIR,
-// by default the corpus beside the repository), and a generated MIB of
-// 10 MB (FILE; when not given it is made with gen_mib.py big at start-up).
+// Two inputs: CPQHLTH-MIB.mib, the largest module of the MIB corpus that
+// compiles (DIR, by default the corpus beside the repository), and a
+// generated MIB of 10 MB (FILE; when not given it is made with gen_mib.py big
+// at start-up).
 // Each compile runs in a scratch folder that holds the MIB and the modules it
 // imports, as a run of the program would: Initialize and CompileMIB of the
 // main module, then every import through ProcessImports.  Rates are in bytes
@@ -29,9 +30,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-// The corpus files the benchmarked MIBs import.
-const char* const kImports[] = {"RFC1213-MIB.mib", "RFC1155-SMI.mib", "RFC-1212.mib", "RFC-1215.mib"};
 
 struct Input {
     std::string label;  // name shown in the report
@@ -155,8 +153,13 @@ bool Stage(const fs::path& mib, const fs::path& corpus, const fs::path& dir, Inp
         printf("cannot copy %s: %s\n", mib.c_str(), ec.message().c_str());
         return false;
     }
-    for (const char* name : kImports)
-        fs::copy_file(corpus / name, dir / name, fs::copy_options::overwrite_existing, ec);
+    // Every module that may be imported: the corpus and the MIB's own
+    // neighbours (the generated MIB imports a module written beside it).
+    for (const fs::path& from : {corpus, mib.parent_path()})
+        for (const auto& entry : fs::directory_iterator(from, ec))
+            if (entry.path().extension() == ".mib" && entry.path().filename() != mib.filename())
+                fs::copy_file(entry.path(), dir / entry.path().filename(), fs::copy_options::overwrite_existing,
+                              ec);
     in->dir = dir;
     in->mib = mib.filename().string();
     in->bytes = static_cast<int64_t>(fs::file_size(dir / in->mib));
@@ -215,7 +218,7 @@ int main(int argc, char** argv) {
         inputs.push_back(std::move(in));
         return true;
     };
-    if (!add("DELL-MM-MIB", corpus / "DELL-MM-MIB.mib", "dell") || !add("generated-10MB", generated, "big")) {
+    if (!add("CPQHLTH-MIB", corpus / "CPQHLTH-MIB.mib", "cpqhlth") || !add("generated-10MB", generated, "big")) {
         fs::remove_all(scratch);
         return 1;
     }

@@ -23,8 +23,6 @@ holds:
   registrations   number of "<label> OBJECT IDENTIFIER ::= { parent n }" lines,
                   the imported ones included
   annotations     number of "--#" lines (the checker compares their texts)
-  corpus          the files of the MIB corpus the module imports from, to be
-                  copied beside it
 """
 import json
 import os
@@ -34,11 +32,33 @@ import sys
 # split into clauses of this many labels, each from a module of its own.
 LABELS_PER_IMPORT_MODULE = 400
 
-# Labels the trap-bearing modules import from the corpus, and the
-# registrations that brings into the ".cfg": mib-2, system and the two labels.
-RFC1213_IMPORTS = "IMPORTS sysDescr, sysName FROM RFC1213-MIB;\n\n"
-RFC1213_REGISTRATIONS = 4
-RFC1213_CORPUS = ["RFC1213-MIB.mib", "RFC1155-SMI.mib", "RFC-1212.mib"]
+# Labels the trap-bearing modules import from a small module written beside
+# them, and the registrations that brings into the ".cfg": mib-2, system and
+# the two labels (mgmt, the parent of mib-2, is defined nowhere).
+SYSTEM_MODULE = "GEN-SYSTEM-MIB"
+SYSTEM_IMPORTS = f"IMPORTS sysDescr, sysName FROM {SYSTEM_MODULE};\n\n"
+SYSTEM_REGISTRATIONS = 4
+SYSTEM_TEXT = f"""{SYSTEM_MODULE} DEFINITIONS ::= BEGIN
+
+mib-2 OBJECT IDENTIFIER ::= {{ mgmt 1 }}
+system OBJECT IDENTIFIER ::= {{ mib-2 1 }}
+
+sysDescr OBJECT-TYPE
+    SYNTAX DisplayString (SIZE (0..255))
+    ACCESS read-only
+    STATUS mandatory
+    DESCRIPTION "A textual description of the entity."
+    ::= {{ system 1 }}
+
+sysName OBJECT-TYPE
+    SYNTAX DisplayString (SIZE (0..255))
+    ACCESS read-write
+    STATUS mandatory
+    DESCRIPTION "The name of the node."
+    ::= {{ system 5 }}
+
+END
+"""
 
 
 class Module:
@@ -47,7 +67,7 @@ class Module:
     def __init__(self):
         self.parts = []
         self.expect = {"object_types": 0, "trap_types": 0, "registrations": 0,
-                       "annotations": 0, "corpus": []}
+                       "annotations": 0}
 
     def add(self, text, **counts):
         self.parts.append(text)
@@ -169,9 +189,9 @@ def main():
     m.add("", registrations=1)  # gen, written by every module
     clauses = ""
     if kind in ("traps", "notifs", "big"):
-        clauses = RFC1213_IMPORTS
-        m.expect["registrations"] += RFC1213_REGISTRATIONS
-        m.expect["corpus"] = RFC1213_CORPUS
+        clauses = SYSTEM_IMPORTS
+        m.expect["registrations"] += SYSTEM_REGISTRATIONS
+        write(os.path.join(outdir, SYSTEM_MODULE + ".mib"), SYSTEM_TEXT)
     if kind == "objects":
         objects(n, m)
     elif kind == "chain":

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Peak memory of two compiles: DELL-MM-MIB.mib, the largest module of the
-# MIB corpus, and a generated MIB of 10 MB (gen_mib.py big), each with the
-# corpus files it imports beside it.
+# Peak memory of two compiles: CPQHLTH-MIB.mib, the largest module of the
+# MIB corpus that compiles, with the corpus beside it, and a generated MIB of
+# 10 MB (gen_mib.py big), with the module it imports beside it.
 #
 #   memory.sh [BINARY]        (default: build/trapsmith of this repository)
 #
@@ -18,11 +18,8 @@ fi
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-imports="RFC1213-MIB.mib RFC1155-SMI.mib RFC-1212.mib RFC-1215.mib"
-
 measure() {
-  local dir=$1 mib=$2 f
-  for f in $imports; do cp "$corpus/$f" "$dir/"; done
+  local dir=$1 mib=$2
   /usr/bin/time -v "$bin" -d "$dir" "$mib" 2>"$scratch/time" >"$scratch/stdout" || {
     echo "$mib: the compile failed"
     tail -5 "$scratch/stdout"
@@ -33,9 +30,13 @@ measure() {
     "$(awk -F'): ' '/Elapsed \(wall clock\)/ { print $2 }' "$scratch/time")"
 }
 
-mkdir "$scratch/dell"
-cp "$corpus/DELL-MM-MIB.mib" "$scratch/dell/"
-measure "$scratch/dell" DELL-MM-MIB.mib
+if [ -d "$corpus" ]; then
+  mkdir "$scratch/corpus"
+  cp "$corpus"/*.mib "$scratch/corpus/"
+  measure "$scratch/corpus" CPQHLTH-MIB.mib
+else
+  echo "CPQHLTH-MIB.mib: skipped, the MIB corpus $corpus is not there"
+fi
 
 python3 "$here/gen_mib.py" big 10000000 "$scratch/big" >/dev/null
 measure "$scratch/big" GEN-BIG-MIB.mib

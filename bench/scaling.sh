@@ -4,8 +4,8 @@
 #   scaling.sh [--check-only] [--sizes "N ..."] [--kinds "KIND ..."] [--runs R] [BINARY]
 #
 # For every kind of gen_mib.py and every size N (default 1000 10000 100000)
-# a MIB is generated in a scratch folder, with the corpus files it imports
-# copied beside it, and compiled with BINARY (default build/trapsmith of this
+# a MIB is generated in a scratch folder, with the modules it imports
+# written beside it, and compiled with BINARY (default build/trapsmith of this
 # repository).  Every compile must exit 0 with the success message, write
 # nothing to standard error, leave no work file behind and produce a ".cfg"
 # that check_cfg.py accepts (counts of OBJECT-TYPEs, TRAP-TYPEs and
@@ -20,12 +20,11 @@
 # time at 10,000.  Times below 20 ms are mostly process start-up and noise,
 # so the 10,000 time is taken as at least 20 ms in that comparison.
 #
-# The corpus is $TRAPSMITH_CORPUS, by default ../shared/mibs beside the
-# repository.  Exits 0 when every check passed.
+# Every module the generated MIB imports is generated beside it, so nothing
+# outside the repository is needed.  Exits 0 when every check passed.
 set -u
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/.." && pwd)
-corpus=${TRAPSMITH_CORPUS:-$root/../shared/mibs}
 
 check_only=0
 sizes="1000 10000 100000"
@@ -65,11 +64,6 @@ run_case() {
   mib=$(python3 "$here/gen_mib.py" "$kind" "$arg" "$dir" | tail -1)
   mib=$(basename "$mib")
   local base=${mib%.mib}
-  local f
-  for f in $(python3 -c 'import json,sys; print(" ".join(json.load(open(sys.argv[1]))["corpus"]))' \
-               "$dir/$base.expect"); do
-    cp "$corpus/$f" "$dir/" || { echo "FAIL $kind $n: corpus file $f missing"; return 1; }
-  done
 
   # Wall-clock and processor (user + system) seconds of each run; the best
   # of each is kept.  The processor time is what the growth check compares:

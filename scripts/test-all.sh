@@ -37,6 +37,19 @@ quietly() {
   rm -f "$log"
 }
 
+# Lists the tests of the last CTest run in build tree $1 that reported
+# themselves skipped, each with the reason it printed.
+report_skipped() {
+  local log=$1/Testing/Temporary/LastTest.log
+  [ -f "$log" ] || return 0
+  awk '
+    /^[0-9]+\/[0-9]+ Test: / { name = $3; next }
+    /^Output:$/ { getline; inout = 1; next }
+    /^<end of output>$/ { inout = 0; next }
+    inout && /^skipped: / { sub(/^skipped: /, ""); printf "  skipped %s: %s\n", name, $0 }
+  ' "$log"
+}
+
 # Configures and builds one tree, then runs its tests; prints the summary.
 build_and_test() {
   local dir=$1
@@ -52,6 +65,7 @@ build_and_test() {
     echo "$dir:"
     grep -E 'tests passed|tests failed|Total Test time' "$log" || true
   fi
+  report_skipped "$root/$dir"
   rm -f "$log"
   return $status
 }
