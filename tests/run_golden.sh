@@ -7,7 +7,6 @@
 #   args              the command-line arguments, one line (word-split by the shell;
 #                     an empty line runs the binary without arguments)
 #   input/            files copied into a scratch working directory (optional)
-#   corpus            names of files of the MIB corpus to copy in as well (optional)
 #   examples          names of files of the repository's examples/ folder to copy
 #                     in as well (optional)
 #   setup.sh          run in the scratch directory before the binary (optional)
@@ -25,17 +24,11 @@
 set -u
 bin=$(readlink -f "$1")
 case_dir=$(readlink -f "$2")
-corpus=${TRAPSMITH_CORPUS:-$(dirname "$0")/../../shared/mibs}
 examples=$(dirname "$(readlink -f "$0")")/../examples
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 [ -d "$case_dir/input" ] && cp -a "$case_dir/input/." "$scratch/"
-if [ -f "$case_dir/corpus" ]; then
-  while read -r f; do
-    [ -n "$f" ] && cp "$corpus/$f" "$scratch/"
-  done < "$case_dir/corpus"
-fi
 if [ -f "$case_dir/examples" ]; then
   while read -r f; do
     [ -n "$f" ] && cp "$examples/$f" "$scratch/"
