@@ -27,8 +27,8 @@ protected:
     void Def(const std::string& label, const std::string& parent, int subid) {
         node* np = &nodes.emplace_back();
         np->type = TOK_OBJECT_IDENTIFIER;
-        snprintf(np->szLabel, LABEL_LEN, "%s", label.c_str());
-        snprintf(np->szParent, LABEL_LEN, "%s", parent.c_str());
+        np->szLabel = mib.CopyLabel(label.c_str());
+        np->szParent = mib.CopyLabel(parent.c_str());
         np->subid = subid;
         if (nodes.size() > 1) nodes[nodes.size() - 2].next = np;
     }

@@ -23,7 +23,7 @@ std::string Read(Reader reader, const std::string& text, int entry = TOK_INDEX) 
         if (reader == QUOTED) s = f.mib.GetQuotedText(in, word);
         if (reader == SUBTYPE) s = f.mib.GetSubtypeString(in, word, &code, &np);
         if (reader == QUOTED || reader == SUBTYPE) result = s ? s : "null";
-        free(s);
+        f.mib.DropText(s);
         if (reader == REFERENCE) result = f.mib.SkipRefText(word) ? "true" : "false";
         if (reader == LIST) {
             tagBracedList* list = f.mib.GetBracedList(in, GT_COMMA, &code, word);

@@ -90,8 +90,8 @@ node* Build(CMib2Trap& mib, const std::vector<Rec>& recs) {
     node* head = nullptr;
     for (auto r = recs.rbegin(); r != recs.rend(); ++r) {
         node* np = mib.CreateNode(r->type);
-        snprintf(np->szLabel, LABEL_LEN, "%s", r->label.c_str());
-        snprintf(np->szParent, LABEL_LEN, "%s", r->parent.c_str());
+        np->szLabel = mib.CopyLabel(r->label.c_str());
+        np->szParent = mib.CopyLabel(r->parent.c_str());
         np->subid = r->subid;
         np->next = head;
         head = np;

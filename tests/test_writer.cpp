@@ -28,8 +28,8 @@ struct Modules {
         node* np = &nodes.emplace_back();
         np->smi_access = -1;
         np->type = type;
-        snprintf(np->szLabel, LABEL_LEN, "%s", label.c_str());
-        snprintf(np->szParent, LABEL_LEN, "%s", parent.c_str());
+        np->szLabel = texts.emplace_back(label).c_str();
+        np->szParent = texts.emplace_back(parent).c_str();
         np->subid = subid;
         np->def_line = line;
         (last ? last->next : mods.back().node) = np;

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "mib2trap.h"
 
@@ -23,12 +25,39 @@ std::string CutName(const char* szName, const char* suffix) {
     return std::string(szName, BaseNameLength(szName)) + suffix;
 }
 
-void CloseStream(FILE*& f) {
-    if (f) fclose(f);
-    f = nullptr;
-}
+constexpr size_t kStreamBuffer = 64 * 1024;
+
+// The buffers of the open streams of OpenStream; a handful at most are open
+// at once.
+std::vector<std::pair<FILE*, char*>> streamBuffers;
 
 }  // namespace
+
+FILE* OpenStream(const char* szName, const char* szMode) {
+    FILE* f = fopen(szName, szMode);
+    if (f == nullptr) return nullptr;
+    char* buffer = static_cast<char*>(malloc(kStreamBuffer));
+    // Without a buffer of its own the stream keeps the default one.
+    if (buffer != nullptr && setvbuf(f, buffer, _IOFBF, kStreamBuffer) == 0)
+        streamBuffers.emplace_back(f, buffer);
+    else
+        free(buffer);
+    return f;
+}
+
+int CloseStream(FILE*& f) {
+    if (f == nullptr) return 0;
+    const int status = fclose(f);
+    for (auto it = streamBuffers.begin(); it != streamBuffers.end(); ++it) {
+        if (it->first == f) {
+            free(it->second);
+            streamBuffers.erase(it);
+            break;
+        }
+    }
+    f = nullptr;
+    return status;
+}
 
 size_t BaseNameLength(const char* szName) {
     // strtok(name, ".") semantics on a copy that keeps its leading dots: the
@@ -92,7 +121,7 @@ CMib2Trap::~CMib2Trap() {
         ReleaseUserTypeList();
     }
 
-    free(m_szMibName);
+    FreeHeap(m_szMibName);
     m_szMibName = nullptr;
 }
 
@@ -118,7 +147,7 @@ bool CMib2Trap::Initialize(const char* szFile, const char* szOutFile, int pass) 
         return false;
     }
     snprintf(m_tmpFileStr, sizeof m_tmpFileStr, "%s", traceName.c_str());
-    m_pTrapFile = fopen(m_tmpFileStr, "w");
+    m_pTrapFile = OpenStream(m_tmpFileStr, "w");
     if (!m_pTrapFile) {
         DisplayMsg(108, m_tmpFileStr);
         return false;
@@ -129,7 +158,7 @@ bool CMib2Trap::Initialize(const char* szFile, const char* szOutFile, int pass) 
             printf("\nError in init: intermediate output file not specified");
             return false;
         }
-        m_pCfgFile = fopen(szOutFile, "w");
+        m_pCfgFile = OpenStream(szOutFile, "w");
         if (!m_pCfgFile) {
             DisplayMsg(108, szOutFile);
             return false;
@@ -140,7 +169,7 @@ bool CMib2Trap::Initialize(const char* szFile, const char* szOutFile, int pass) 
 
 bool CMib2Trap::CompileMIB(const char* szFile, int pass) {
     m_strInFile = szFile;
-    m_pInFile = szFile ? fopen(szFile, "r") : nullptr;
+    m_pInFile = szFile ? OpenStream(szFile, "r") : nullptr;
     if (!m_pInFile) {
         DisplayMsg(109, szFile ? szFile : "");
         // The compile is over: leave the object with every stream closed, as

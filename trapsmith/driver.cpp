@@ -97,11 +97,6 @@ bool ClashesWithWorkFile(const char* szMibFileName, const char* szModuleName) {
     return false;
 }
 
-void CloseStream(FILE*& f) {
-    if (f) fclose(f);
-    f = nullptr;
-}
-
 // Resolves every imported module into the open ".imports" stream, each with
 // a compiler object of its own.  Returns true when some module could not be
 // compiled.
@@ -123,18 +118,18 @@ bool CompileImports(FILE* pImpFile) {
 // Writes {base}.cfg: the header, then the ".imports" file, then the ".int"
 // file.  Returns the exit status.
 int AssembleCfg(const RunNames& names, bool warnings) {
-    FILE* pIntFile = fopen(names.szPass_3_File, "w");
+    FILE* pIntFile = OpenStream(names.szPass_3_File, "w");
     if (!pIntFile) {
         printf("\ncould not open intermediate file %s for output\n", names.szPass_3_File);
         return 1;
     }
-    FILE* pIntCfgFile = fopen(names.szPass_1_Output, "r");
+    FILE* pIntCfgFile = OpenStream(names.szPass_1_Output, "r");
     if (!pIntCfgFile) {
         printf("\ncould not open %s for read\n", names.szPass_1_Output);
         CloseStream(pIntFile);
         return 1;
     }
-    FILE* pImpFile = fopen(names.szImportsFile, "r");
+    FILE* pImpFile = OpenStream(names.szImportsFile, "r");
     if (!pImpFile) {
         printf("\ncould not open %s for read\n", names.szImportsFile);
         CloseStream(pIntFile);
@@ -149,7 +144,7 @@ int AssembleCfg(const RunNames& names, bool warnings) {
     bool copied = CopyFileBlocks(pImpFile, pIntFile) && CopyFileBlocks(pIntCfgFile, pIntFile);
     CloseStream(pImpFile);
     CloseStream(pIntCfgFile);
-    copied = fclose(pIntFile) == 0 && copied;
+    copied = CloseStream(pIntFile) == 0 && copied;
 
     // A result that could not be written completely (a full disk) must not be
     // reported as a success, nor left behind looking like one: the truncated
@@ -176,7 +171,7 @@ int RunPhases(const char* szMibFileName, RunNames& names) {
         return 1;
     }
 
-    FILE* pImpFile = fopen(names.szImportsFile, "w");
+    FILE* pImpFile = OpenStream(names.szImportsFile, "w");
     if (!pImpFile) {
         printf("\ncould not open %s for output\n", names.szImportsFile);
         return 1;

@@ -124,16 +124,13 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     const std::string second = Lower(stem + ".mib");
     const std::string third = Lower(first);
 
-    if (m_pInFile) {
-        fclose(m_pInFile);
-        m_pInFile = nullptr;
-    }
+    CloseStream(m_pInFile);
     // A module name too long for the 256-character file-name buffers is
     // reported as not found.
     const std::string* opened = nullptr;
     if (first.size() < kFileNameLen) {
         for (const std::string* name : {&first, &second, &third}) {
-            m_pInFile = fopen(name->c_str(), "r");
+            m_pInFile = OpenStream(name->c_str(), "r");
             if (m_pInFile) {
                 opened = name;
                 break;
@@ -147,8 +144,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     printf("\nProcessing import file: %s", opened->c_str());
 
     ModListNode* mods = Parse(2);
-    fclose(m_pInFile);
-    m_pInFile = nullptr;
+    CloseStream(m_pInFile);
 
     PrintUserTypes(file);
 

@@ -2,9 +2,14 @@
 //
 // One CMib2Trap compiles one MIB file: it owns the input, trace and
 // intermediate streams of that compile, the tokenizer state and the lists its
-// parsers build.  The records below are plain heap structures linked by raw
-// pointers and zero-filled when created; texts are NUL-terminated byte strings
-// owned by the record that holds them unless a comment says otherwise.
+// parsers build.  The records below are plain structures linked by raw
+// pointers and zero-filled when created; texts are NUL-terminated byte
+// strings.  The records of a parse (parse records, their labels, texts,
+// enumerations, lists and annotations, and the module records) live in the
+// parse's RecordArena and are released all at once with the module list;
+// records that outlive a parse (user types, the import list, the compiler's
+// own lists) live on the heap.  records.cpp is the one place that allocates
+// and releases either kind.
 #ifndef TRAPSMITH_MIB2TRAP_H
 #define TRAPSMITH_MIB2TRAP_H
 
@@ -208,31 +213,77 @@ struct subid {
     char* szLabel;  // owned, or null for a bare number
 };
 
-constexpr int LABEL_LEN = 256;  // capacity of szLabel and szParent
+constexpr int LABEL_LEN = 256;  // capacity of szLabel and szParent, terminator included
 
+// Storage for the records of one parse: large blocks handed out in order and
+// released together.  Blocks of 2 MB and more are aligned and advised for huge
+// pages, so that filling them costs few page faults.
+class RecordArena {
+public:
+    RecordArena() = default;
+    ~RecordArena() { Release(); }
+    RecordArena(const RecordArena&) = delete;
+    RecordArena& operator=(const RecordArena&) = delete;
+
+    // Sizes the first block for a parse of `inputBytes` bytes of MIB text;
+    // has no effect once a block exists.
+    void Reserve(size_t inputBytes);
+    // Zero-filled storage for `size` bytes, aligned for any record (records
+    // hold pointers and ints); null when memory runs out.
+    void* Allocate(size_t size);
+    // A terminated copy of the first len characters of text.
+    char* CopyText(const char* text, size_t len);
+    // Gives back the most recent allocation, when p is that allocation (a
+    // text read only to be skipped); otherwise does nothing.
+    void Unwind(void* p);
+    // Frees every block.
+    void Release();
+    // Takes over the blocks of `from`, which is left empty.
+    void Adopt(RecordArena& from);
+    size_t BytesReserved() const { return m_reserved; }
+    size_t BytesUsed() const;
+
+private:
+    struct Block;
+    bool Grow(size_t need);
+    char* AllocateRaw(size_t size, size_t align);
+
+    Block* m_last = nullptr;     // newest block; each links to the one before
+    char* m_cur = nullptr;       // next free byte of the newest block
+    char* m_end = nullptr;       // end of the newest block
+    char* m_lastAlloc = nullptr; // start of the most recent allocation
+    size_t m_nextSize = 0;       // size of the next block
+    size_t m_reserved = 0;       // bytes in all blocks
+};
+
+// The empty label every record starts with.
+extern const char kNoLabel[];
+
+// The fields are laid out pointers first, then the integers, so that the
+// record has no padding holes.
 struct node {
     node* next;
-    char szLabel[LABEL_LEN];
-    int subid;
-    char szParent[LABEL_LEN];
-    int type;                 // record kind: token code of the macro
+    const char* szLabel;      // arena copy of at most LABEL_LEN - 1 characters, or kNoLabel
+    const char* szParent;     // likewise
     char* szUserDef;          // owned
     MibEnumList* enums;       // owned
-    int smi_access;           // -1 none, 0 read-only ... 5 accessible-for-notify
     char* szDescr;            // owned
     MibTokenList* index_names;   // owned strings
     void* pvEaObj;            // unused, stays null
-    int def_line;
-    int status;               // token code of the STATUS value, 0 if none
     char* szUnits;            // owned
     char* szSubtype;          // owned
     MibTokenList* augment_name;  // owned strings
-    int fixed_len;
     struct keyword* keyword;  // owned annotation lines
-    int syntax;
     tagBracedList* sequence;  // owned
     char* szEnterprise;       // owned
     node* userDefinedSequence;  // owned scratch record of a SEQUENCE assignment
+    int subid;
+    int type;                 // record kind: token code of the macro
+    int smi_access;           // -1 none, 0 read-only ... 5 accessible-for-notify
+    int def_line;
+    int status;               // token code of the STATUS value, 0 if none
+    int fixed_len;
+    int syntax;
 };
 
 constexpr int MODNAME_LEN = 1024;
@@ -242,6 +293,9 @@ struct ModListNode {
     char szMibName[MODNAME_LEN];
     struct node* node;  // first record of the module
     ModListNode* next_mod;
+    // Set in the first module record of a parse's list only: the arena that
+    // holds every record of the list, this one included.
+    RecordArena* pArena;
 };
 
 // A type defined by the module (type assignment or TEXTUAL-CONVENTION).
@@ -287,10 +341,20 @@ void ResetProcessState();
 size_t BaseNameLength(const char* szName);
 
 // A heap copy (malloc) of the first len characters of text with a terminator;
-// null when memory runs out.  Record fields own such copies and free them.
+// null when memory runs out.  For texts that outlive a parse (user types,
+// the import list) and for short-lived ones; released with FreeHeap.
 char* CopyText(const char* text, size_t len);
 // The same for a whole text; a null text gives null.
 char* CopyText(const char* text);
+
+// Zero-filled heap storage for one record that outlives a parse, and its
+// release (FreeHeap also takes the texts of CopyText and null).
+void* AllocHeapRecord(size_t size);
+void FreeHeap(void* p);
+template <typename T>
+T* NewHeapRecord() {
+    return static_cast<T*>(AllocHeapRecord(sizeof(T)));
+}
 
 // Copies a text into a fixed field, cut to the field's size and always
 // terminated.
@@ -300,6 +364,14 @@ void CopyInto(char (&field)[N], const char* text) {
     memmove(field, text, len);
     field[len] = '\0';
 }
+
+// Opens a stream like fopen, with a buffer of 64 KB instead of the default
+// 4 KB, so that the input and the work files are read and written in few
+// system calls; such a stream must be closed with CloseStream.
+FILE* OpenStream(const char* szName, const char* szMode);
+// Closes a stream of OpenStream (or of fopen) and releases its buffer; sets f
+// to null.  Returns fclose's result, 0 for a null stream.
+int CloseStream(FILE*& f);
 
 // Frees the labels of the first count components of an OID value read by
 // GetOid and clears them.
@@ -355,6 +427,9 @@ public:
     MibTokenList* m_pUserTypeList;
     node* m_head_old_nodes;
 
+    // The records of the parse under way.
+    RecordArena m_arena;
+
     // Index beside m_pUserTypeList (name -> record), so that type lookups do
     // not walk the list.  Kept in step by AppendUserTypeOnTokenList and
     // cleared whenever m_pUserTypeList is released.
@@ -396,15 +471,32 @@ public:
     bool ParseDefinitions(char* szName);
     void ResolveObjTypeRefs(MibTokenList* unresObjList, MibTokenList* userTypeList);
 
-    // Records.
+    // Records.  The records of a parse come from m_arena; FreeNode,
+    // FreeNodeList and FreeBracedList release nothing (the memory returns
+    // with the arena), FreeModList releases a parse's whole arena.
     node* CreateNode(int type);
     static void GenericZeroMemory(void* here, size_t len);
     static void FreeNode(node* np);
     static void FreeNodeList(node* np);
     static void FreeModList(ModListNode* mod_list);
-    static void FreeEnumList(MibEnumList* ep);
+    static void FreeEnumList(MibEnumList* ep);  // a user type's heap list
     static void FreeBracedList(tagBracedList* blp);
-    static void FreeKeywordList(keyword* kp);  // annotation records of a trap
+    ModListNode* CreateModule(const char* szModName, const char* szMibName);
+    // A copy of the label for a record field, cut to LABEL_LEN - 1 characters.
+    const char* CopyLabel(const char* szLabel);
+    // Arena copies of a record's texts and lists.
+    char* CopyRecordText(const char* text, size_t len);
+    char* CopyRecordText(const char* text);
+    void* AllocRecord(size_t size) { return m_arena.Allocate(size); }
+    MibEnumList* CopyRecordEnums(const MibEnumList* ep);
+    // A record's token list (INDEX, AUGMENTS, VARIABLES, OBJECTS) whose items
+    // are the texts of a braced list; a null list gives an empty one.
+    MibTokenList* RecordTokenList(const tagBracedList* list);
+    // Gives a text read only to be skipped back to the arena.
+    void DropText(char* text) { m_arena.Unwind(text); }
+    // Hands the arena of the parse that ends over to its module list, or
+    // releases it when the parse returns no list.
+    ModListNode* FinishParse(ModListNode* list);
 
     // Object identifier values.
     int GetOid(subid* oider, int length);

@@ -2,6 +2,8 @@
 // statement to the parser of its macro, completes the OID registration of
 // each statement, records the IMPORTS of the main module and, after a clean
 // parse, binds objects to types that were defined after them.
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,12 +21,12 @@ void ResetImportFiles() {
         keyword* kp = entry->imports;
         while (kp != nullptr) {
             keyword* nextKp = kp->next;
-            std::free(kp->szLabel);
-            std::free(kp);
+            FreeHeap(kp->szLabel);
+            FreeHeap(kp);
             kp = nextKp;
         }
-        std::free(entry->szLabel);
-        std::free(entry);
+        FreeHeap(entry->szLabel);
+        FreeHeap(entry);
         entry = nextEntry;
     }
     importFiles = nullptr;
@@ -108,6 +110,10 @@ ModListNode* ModuleParser::Run() {
     // of an earlier file that stopped in the middle.
     ResetTokenizerState();
     mib.m_nLine = 1;
+    // The first block of the arena is sized after the file.
+    struct stat st;
+    if (mib.m_pInFile && fstat(fileno(mib.m_pInFile), &st) == 0 && st.st_size > 0)
+        mib.m_arena.Reserve(static_cast<size_t>(st.st_size));
     mib.m_bModuleParse = false;
     for (importFilesTail = importFiles; importFilesTail && importFilesTail->next;)
         importFilesTail = importFilesTail->next;
@@ -157,11 +163,8 @@ ModListNode* ModuleParser::Run() {
         mib.ReleaseUserTypeList();
     }
 
-    if (bProblem) {
-        CMib2Trap::FreeModList(head_mod_list);
-        return nullptr;
-    }
-    return head_mod_list;
+    // A failed parse takes every record it made with it.
+    return mib.FinishParse(bProblem ? nullptr : head_mod_list);
 }
 
 // The current word is a label: a module header or a statement.
@@ -272,13 +275,11 @@ void ModuleParser::ModuleHeader() {
         return;
     }
 
-    ModListNode* mod = static_cast<ModListNode*>(std::calloc(1, sizeof(ModListNode)));
+    ModListNode* mod = mib.CreateModule(szName, mib.m_szMibName ? mib.m_szMibName : "");
     if (mod == nullptr) {
         Fail();
         return;
     }
-    CopyInto(mod->szModName, szName);
-    CopyInto(mod->szMibName, mib.m_szMibName ? mib.m_szMibName : "");
     if (mlp != nullptr)
         mlp->next_mod = mod;
     else
@@ -320,11 +321,10 @@ void ModuleParser::ImportsExports() {
 
 void ModuleParser::RecordFrom() {
     char* szModule = CopyWithoutSeparator(szToken);
-    importFilesList* entry =
-        static_cast<importFilesList*>(std::calloc(1, sizeof(importFilesList)));
+    importFilesList* entry = NewHeapRecord<importFilesList>();
     if (szModule == nullptr || entry == nullptr) {
-        std::free(szModule);
-        std::free(entry);
+        FreeHeap(szModule);
+        FreeHeap(entry);
         Fail();
         return;
     }
@@ -342,11 +342,11 @@ void ModuleParser::RecordFrom() {
 }
 
 void ModuleParser::RecordPendingLabel() {
-    keyword* kp = static_cast<keyword*>(std::calloc(1, sizeof(keyword)));
+    keyword* kp = NewHeapRecord<keyword>();
     char* szLabel = CopyWithoutSeparator(szToken);
     if (kp == nullptr || szLabel == nullptr) {
-        std::free(kp);
-        std::free(szLabel);
+        FreeHeap(kp);
+        FreeHeap(szLabel);
         Fail();
         return;
     }
@@ -361,8 +361,8 @@ void ModuleParser::RecordPendingLabel() {
 void ModuleParser::ReleasePendingImports() {
     while (imports != nullptr) {
         keyword* next = imports->next;
-        std::free(imports->szLabel);
-        std::free(imports);
+        FreeHeap(imports->szLabel);
+        FreeHeap(imports);
         imports = next;
     }
     importsTail = nullptr;
@@ -423,10 +423,10 @@ node* ModuleParser::BuildRegistration(node* r, subid* oider, int n) {
         }
     }
 
-    CopyInto(r->szParent, oider[n - 2].szLabel);
+    r->szParent = mib.CopyLabel(oider[n - 2].szLabel);
     mib.Trace("#-OBJECT_OID: %s", oider[n - 2].szLabel);
     r->def_line = mib.m_nNameLine;
-    CopyInto(r->szLabel, szName);
+    r->szLabel = mib.CopyLabel(szName);
     if (oider[n - 1].nSubid == -1) {
         mib.DisplayMsg(119);
         DropRecord(r);
@@ -441,12 +441,12 @@ node* ModuleParser::BuildRegistration(node* r, subid* oider, int n) {
     for (int i = 1; i < n - 1; ++i) {
         node* step = mib.CreateNode(TOK_OBJECT_IDENTIFIER);
         if (step == nullptr) {
-            CMib2Trap::FreeNodeList(first);
             DropRecord(r);
             return nullptr;
         }
-        CopyInto(step->szLabel, oider[i].szLabel);
-        CopyInto(step->szParent, oider[i - 1].szLabel);
+        step->szLabel = mib.CopyLabel(oider[i].szLabel);
+        // The step before has just copied this parent label: shared.
+        step->szParent = last != nullptr ? last->szLabel : mib.CopyLabel(oider[i - 1].szLabel);
         step->subid = oider[i].nSubid;
         step->def_line = mib.m_nNameLine;
         if (last != nullptr)
@@ -471,9 +471,10 @@ void ModuleParser::Append(node* first) {
     while (np->next != nullptr) np = np->next;
 }
 
-// Releases a record that is not appended.  An object whose type was still
-// unknown was queued by its statement parser as the last entry of the
-// unresolved list; it is taken off again so the late binding never sees it.
+// Drops a record that is not appended (it stays behind in the arena).  An
+// object whose type was still unknown was queued by its statement parser as
+// the last entry of the unresolved list; it is taken off again so the late
+// binding never sees it.
 void ModuleParser::DropRecord(node* r) {
     MibTokenList* list = mib.m_pUnresObjList;
     while (list != nullptr && list->back != list &&
@@ -519,11 +520,8 @@ void CMib2Trap::ResolveObjTypeRefs(MibTokenList* unresObjList, MibTokenList* use
         MibUserType* utp = FindUserTypeOnTokenList(obj->szUserDef, userTypeList);
         if (utp == nullptr) continue;
         obj->syntax = utp->type;
-        if (utp->enums != nullptr) {
-            FreeEnumList(obj->enums);
-            obj->enums = DupEnumList(utp->enums);
-        }
+        if (utp->enums != nullptr) obj->enums = CopyRecordEnums(utp->enums);
         if (obj->szSubtype == nullptr && utp->szSubtype != nullptr)
-            obj->szSubtype = CopyText(utp->szSubtype);
+            obj->szSubtype = CopyRecordText(utp->szSubtype);
     }
 }

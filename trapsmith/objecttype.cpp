@@ -33,9 +33,9 @@ node* CMib2Trap::ParseObjectType(char* szName) {
     szToken[0] = '\0';
     node* np = nullptr;
 
-    // Releases the record of a failed object.  An object whose type name was
+    // Drops the record of a failed object.  An object whose type name was
     // not known yet sits at the tail of the unresolved list; it is taken off
-    // again so that the list never refers to a released record.
+    // again so that the late binding never sees a record that was dropped.
     auto discard = [this, &np]() {
         MibTokenList* tail = m_pUnresObjList ? m_pUnresObjList->back : nullptr;
         if (tail && tail != m_pUnresObjList && tail->szToken == reinterpret_cast<char*>(np)) {
@@ -127,23 +127,14 @@ node* CMib2Trap::ParseObjectType(char* szName) {
             return fail();
         }
         if (list->pNext) {
-            FreeBracedList(list);
             DisplayMsg(148);
             return fail();
         }
-        CreateTokenListHead(&np->augment_name);
-        char* item = strdup(list->szString ? list->szString : "");
-        if (item && !InsertTokenIntoQueue(item, np->augment_name)) free(item);
-        FreeBracedList(list);
+        np->augment_name = RecordTokenList(list);
     } else if (type == TOK_INDEX) {
         tagBracedList* list = GetBracedList(m_pInFile, GT_COMMA, &type, szToken);
         // The list exists even when the braces held nothing.
-        CreateTokenListHead(&np->index_names);
-        for (const tagBracedList* blp = list; blp; blp = blp->pNext) {
-            char* item = strdup(blp->szString ? blp->szString : "");
-            if (item && !InsertTokenIntoQueue(item, np->index_names)) free(item);
-        }
-        FreeBracedList(list);
+        np->index_names = RecordTokenList(list);
     }
 
     if (type == TOK_DEFVAL) {
@@ -153,7 +144,6 @@ node* CMib2Trap::ParseObjectType(char* szName) {
             DisplayMsg(149);
             return fail();
         }
-        FreeBracedList(list);
     }
 
     if (type != TOK_EQUALS) {

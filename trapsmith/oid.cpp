@@ -115,8 +115,8 @@ node* CMib2Trap::ParseObjectId(char* szName) {
         const subid& parent = oider[i];
         const subid& child = oider[i + 1];
         if (parent.szLabel != nullptr && (child.szLabel != nullptr || child.nSubid != -1)) {
-            CopyInto(cur->szParent, parent.szLabel);
-            if (child.szLabel != nullptr) CopyInto(cur->szLabel, child.szLabel);
+            cur->szParent = CopyLabel(parent.szLabel);
+            if (child.szLabel != nullptr) cur->szLabel = CopyLabel(child.szLabel);
             cur->subid = child.nSubid;
             cur->type = 0;
             cur->enums = nullptr;
@@ -143,8 +143,8 @@ node* CMib2Trap::ParseObjectId(char* szName) {
             DisplayMsg(153, szName);
             bFailed = true;
         } else {
-            CopyInto(cur->szParent, parent.szLabel);
-            CopyInto(cur->szLabel, szName);
+            cur->szParent = CopyLabel(parent.szLabel);
+            cur->szLabel = CopyLabel(szName);
             cur->def_line = m_nNameLine;
             if (last.nSubid == -1) {
                 DisplayMsg(152, szName);
@@ -161,11 +161,4 @@ node* CMib2Trap::ParseObjectId(char* szName) {
         return nullptr;
     }
     return first;
-}
-
-void ReleaseOidLabels(subid* oider, int count) {
-    for (int i = 0; i < count; ++i) {
-        std::free(oider[i].szLabel);
-        oider[i].szLabel = nullptr;
-    }
 }

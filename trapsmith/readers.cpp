@@ -1,7 +1,8 @@
 // Readers of the constructs that are not single words: quoted texts,
 // REFERENCE texts (skipped), brace-enclosed lists and parenthesised subtypes.
 // Each leaves the word that follows the construct, and its code, for the
-// caller.  Every string and list record they return is allocated with malloc.
+// caller.  Every string and list record they return lives in the parse's
+// arena.
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -36,24 +37,11 @@ bool SkipToQuote(FILE* fp, int* pLine) {
     }
 }
 
-void FreeItems(tagBracedList* list) {
-    while (list != nullptr) {
-        tagBracedList* next = list->pNext;
-        free(list->szString);
-        free(list);
-        list = next;
-    }
-}
-
-tagBracedList* NewItem(const std::string& text) {
-    tagBracedList* item = static_cast<tagBracedList*>(calloc(1, sizeof(tagBracedList)));
+tagBracedList* NewItem(CMib2Trap& mib, const std::string& text) {
+    tagBracedList* item = static_cast<tagBracedList*>(mib.AllocRecord(sizeof(tagBracedList)));
     if (item == nullptr) return nullptr;
-    item->szString = CopyText(text.data(), text.size());
-    if (item->szString == nullptr) {
-        free(item);
-        return nullptr;
-    }
-    return item;
+    item->szString = mib.CopyRecordText(text.data(), text.size());
+    return item->szString ? item : nullptr;
 }
 
 }  // namespace
@@ -101,7 +89,7 @@ char* CMib2Trap::GetQuotedText(FILE* pFile, char* szToken) {
         }
     }
     if (cut) SkipToQuote(pFile, &m_nLine);
-    return CopyText(text.data(), text.size());
+    return CopyRecordText(text.data(), text.size());
 }
 
 bool CMib2Trap::SkipRefText(char* szToken) {
@@ -136,7 +124,7 @@ tagBracedList* CMib2Trap::GetBracedList(FILE* pFile, int flag, int* type, char* 
                 --depth;
         }
         *type = GetToken(pFile, szToken, flag);
-        return NewItem(std::string());
+        return NewItem(*this, std::string());
     }
 
     const bool bSequence = (*type == TOK_SEQUENCE);
@@ -148,8 +136,8 @@ tagBracedList* CMib2Trap::GetBracedList(FILE* pFile, int flag, int* type, char* 
     tagBracedList* tail = nullptr;
     bool bCommaExpected = false;
     int implied_cnt = 0;
+    // The items read so far stay behind in the arena.
     auto fail = [&]() -> tagBracedList* {
-        FreeItems(head);
         *type = 0;
         return nullptr;
     };
@@ -214,12 +202,12 @@ tagBracedList* CMib2Trap::GetBracedList(FILE* pFile, int flag, int* type, char* 
                 code = GetToken(pFile, szToken, GT_COMMA);
             }
             item += szToken;
-            free(GetSubtypeString(pFile, szToken, &code, nullptr));
+            DropText(GetSubtypeString(pFile, szToken, &code, nullptr));
         } else {
             code = GetToken(pFile, szToken, GT_COMMA);
         }
 
-        tagBracedList* rec = NewItem(item);
+        tagBracedList* rec = NewItem(*this, item);
         if (rec == nullptr) return fail();
         if (tail != nullptr)
             tail->pNext = rec;
@@ -282,5 +270,5 @@ char* CMib2Trap::GetSubtypeString(FILE* pFile, char* szToken, int* type, node* n
             }
         }
     }
-    return CopyText(packed.data(), packed.size());
+    return CopyRecordText(packed.data(), packed.size());
 }

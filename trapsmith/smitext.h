@@ -8,6 +8,26 @@
 
 namespace smitext {
 
+// Unformatted output: the writers and the trace write their texts piece by
+// piece, without the C library's formatter.  The compiler runs on one
+// thread, so the stream lock is skipped.
+inline void Put(FILE* file, const char* text, size_t len) { fwrite_unlocked(text, 1, len, file); }
+inline void Put(FILE* file, const char* text) { fputs_unlocked(text, file); }
+inline void Put(FILE* file, char c) { putc_unlocked(c, file); }
+// A decimal int, as "%d" writes it.
+inline void PutInt(FILE* file, int value) {
+    char digits[12];
+    char* end = digits + sizeof digits;
+    char* p = end;
+    unsigned int magnitude = value < 0 ? 0u - static_cast<unsigned int>(value) : static_cast<unsigned int>(value);
+    do {
+        *--p = static_cast<char>('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude != 0);
+    if (value < 0) *--p = '-';
+    Put(file, p, static_cast<size_t>(end - p));
+}
+
 // Absent texts are written as the empty string rather than dereferenced.
 inline const char* Text(const char* sz) { return sz ? sz : ""; }
 
@@ -20,18 +40,25 @@ inline constexpr const char* kTextualConventionNames[] = {
 
 // A type name followed by its subtype when there is one.
 inline void WriteNamed(FILE* file, const char* szName, const char* szSubtype) {
-    if (szSubtype)
-        fprintf(file, "%s %s\n", szName, szSubtype);
-    else
-        fprintf(file, "%s\n", szName);
+    Put(file, szName);
+    if (szSubtype) {
+        Put(file, ' ');
+        Put(file, szSubtype);
+    }
+    Put(file, '\n');
 }
 
 // An enumeration "opener\tname(value),\n\t...\n\t}\n".
 inline void WriteEnums(FILE* file, const char* szOpener, const MibEnumList* ep) {
-    fputs(szOpener, file);
-    for (const MibEnumList* e = ep; e; e = e->next)
-        fprintf(file, e == ep ? "\t%s(%d)" : ",\n\t%s(%d)", Text(e->szLabel), e->value);
-    fputs("\n\t}\n", file);
+    Put(file, szOpener);
+    for (const MibEnumList* e = ep; e; e = e->next) {
+        Put(file, e == ep ? "\t" : ",\n\t");
+        Put(file, Text(e->szLabel));
+        Put(file, '(');
+        PutInt(file, e->value);
+        Put(file, ')');
+    }
+    Put(file, "\n\t}\n");
 }
 
 }  // namespace smitext

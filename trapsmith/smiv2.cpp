@@ -23,7 +23,7 @@ public:
 
     // Reads a quoted text and drops it.  A text that cannot be read has been
     // reported by the reader and does not end the macro.
-    void SkipText() { free(m_mib->GetQuotedText(m_mib->m_pInFile, m_szToken)); }
+    void SkipText() { m_mib->DropText(m_mib->GetQuotedText(m_mib->m_pInFile, m_szToken)); }
 
     // Reads a quoted text to keep (null when it cannot be read).
     char* KeepText() { return m_mib->GetQuotedText(m_mib->m_pInFile, m_szToken); }
@@ -33,16 +33,13 @@ public:
     // missing or empty list is not an error in these macros.
     void SkipList(int keyword, int flags) {
         m_type = keyword;
-        m_mib->FreeBracedList(m_mib->GetBracedList(m_mib->m_pInFile, flags, &m_type, m_szToken));
+        m_mib->GetBracedList(m_mib->m_pInFile, flags, &m_type, m_szToken);
     }
 
     // Reads a DEFVAL value in braces; false when no "{" follows.
     bool SkipDefval() {
         m_type = TOK_DEFVAL;
-        tagBracedList* list = m_mib->GetBracedList(m_mib->m_pInFile, GT_COMMA, &m_type, m_szToken);
-        if (!list) return false;
-        m_mib->FreeBracedList(list);
-        return true;
+        return m_mib->GetBracedList(m_mib->m_pInFile, GT_COMMA, &m_type, m_szToken) != nullptr;
     }
 
     // Reads a SYNTAX or WRITE-SYNTAX type without storing it; on failure the

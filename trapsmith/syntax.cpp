@@ -41,19 +41,17 @@ bool IsOpeningBrace(int code, const char* szToken) {
 
 bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
     // Reads an enumeration into the record's list, replacing what it held;
-    // without a record the items are read and dropped.  Returns the code of
-    // the word after the closing brace, or 0 on failure.
+    // without a record the items are read and dropped (they stay in the
+    // parse's arena).  Returns the code of the word after the closing brace,
+    // or 0 on failure.
     auto ParseEnumsInto = [this](node* rec, char* szWord) {
         MibEnumList* scratch = nullptr;
         MibEnumList** target = &scratch;
         if (rec) {
-            FreeEnumList(rec->enums);
             rec->enums = nullptr;
             target = &rec->enums;
         }
-        const int code = ParseEnums(szWord, target);
-        FreeEnumList(scratch);
-        return code;
+        return ParseEnums(szWord, target);
     };
 
     if (*type == 0) *type = GetToken(m_pInFile, szToken, GT_PARENS);
@@ -63,29 +61,22 @@ bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
         // The subtype reader reuses the token buffer, so keep the name.
         char szTypeName[TOKEN_BUF];
         CopyInto(szTypeName, szToken);
-        if (np) {
-            free(np->szUserDef);
-            np->szUserDef = strdup(szTypeName);
-        }
+        if (np) np->szUserDef = CopyRecordText(szTypeName);
         Trace("#-OBJECT_SYNTAX: %s\n", szTypeName);
         MibUserType* utp = FindUserTypeOnTokenList(szTypeName, m_pUserTypeList);
         char* szSubtype = GetSubtypeString(m_pInFile, szToken, type, np);
         if (!np) {
-            free(szSubtype);
+            DropText(szSubtype);
             return true;
         }
-        free(np->szSubtype);
         np->szSubtype = szSubtype;
         if (utp) {
             // A known type lends the object its base type, a copy of its
             // enumerations and, unless the object has its own, its subtype;
             // szUserDef keeps the type's name.
             np->syntax = utp->type;
-            if (utp->enums) {
-                FreeEnumList(np->enums);
-                np->enums = DupEnumList(utp->enums);
-            }
-            if (!np->szSubtype && utp->szSubtype) np->szSubtype = strdup(utp->szSubtype);
+            if (utp->enums) np->enums = CopyRecordEnums(utp->enums);
+            if (!np->szSubtype && utp->szSubtype) np->szSubtype = CopyRecordText(utp->szSubtype);
             return true;
         }
         if (np->type == TOK_LABEL) {
@@ -103,12 +94,10 @@ bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
         Trace("#-OBJECT_SYNTAX: %s ", szToken);
         char* szSubtype = GetSubtypeString(m_pInFile, szToken, type, np);
         if (szSubtype) Trace(" %s", szSubtype);
-        if (np) {
-            free(np->szSubtype);
+        if (np)
             np->szSubtype = szSubtype;
-        } else {
-            free(szSubtype);
-        }
+        else
+            DropText(szSubtype);
         if (IsOpeningBrace(*type, szToken)) {
             Trace("{ ");
             *type = ParseEnumsInto(np, szToken);
@@ -133,17 +122,11 @@ bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
 
     if (*type == TOK_SEQUENCE) {
         tagBracedList* list = GetBracedList(m_pInFile, GT_COMMA, type, szToken);
-        if (*type == TOK_EOF) {
-            FreeBracedList(list);
-            return false;
-        }
+        if (*type == TOK_EOF) return false;
         if (list) {
             if (np) {
                 np->syntax = TOK_SEQUENCE;
-                FreeBracedList(np->sequence);
                 np->sequence = list;
-            } else {
-                FreeBracedList(list);
             }
             return true;
         }
@@ -160,8 +143,7 @@ bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
         Trace("#-OBJCET_SYNTAX: %s\n", text.c_str());
         if (np) {
             np->syntax = TOK_OF;
-            free(np->szUserDef);
-            np->szUserDef = strdup(text.c_str());
+            np->szUserDef = CopyRecordText(text.data(), text.size());
         }
         return true;
     }
@@ -171,12 +153,10 @@ bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
         char* szSubtype = GetSubtypeString(m_pInFile, szToken, type, np);
         if (szSubtype) Trace(" %s", szSubtype);
         Trace("\n");
-        if (np) {
-            free(np->szSubtype);
+        if (np)
             np->szSubtype = szSubtype;
-        } else {
-            free(szSubtype);
-        }
+        else
+            DropText(szSubtype);
         return true;
     }
 
@@ -232,13 +212,13 @@ int CMib2Trap::ParseEnums(char* szToken, MibEnumList** enums) {
             ++p;
         }
 
-        MibEnumList* item = static_cast<MibEnumList*>(calloc(1, sizeof(MibEnumList)));
+        MibEnumList* item = static_cast<MibEnumList*>(AllocRecord(sizeof(MibEnumList)));
         if (!item) return 0;
         *tail = item;
         tail = &item->next;
         const char* paren = strchr(p, '(');
         size_t labelLen = paren ? static_cast<size_t>(paren - p) : strlen(p);
-        item->szLabel = strndup(p, labelLen);
+        item->szLabel = CopyRecordText(p, labelLen);
         if (!item->szLabel) return 0;
 
         p = PassPunctuation(paren, '(', 207);

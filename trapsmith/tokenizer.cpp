@@ -155,7 +155,7 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
                 szComment[commentLen] = '\0';
                 char* name = MibGetModFromLine(szComment, START_OF_MIB);
                 if (name != nullptr) {
-                    free(m_szMibName);
+                    FreeHeap(m_szMibName);
                     m_szMibName = name;
                     m_mibStartLine = m_nLine;
                 }

@@ -1,6 +1,8 @@
 // Token lists: circular doubly linked lists with a head element, each element
 // carrying one pointer that the list either owns (a heap string, released
-// with free()) or borrows (a record that lives elsewhere).
+// with FreeHeap) or borrows (a record that lives elsewhere).  These are the
+// heap lists of the compiler object and the writers; the lists of parse
+// records are made in the parse's arena (RecordTokenList).
 #include <cstdlib>
 #include <cstring>
 
@@ -10,7 +12,7 @@
 // InsertTokenIntoQueue returns null and the caller keeps its payload.
 void CMib2Trap::CreateTokenListHead(MibTokenList** tlh) {
     if (tlh == nullptr || *tlh != nullptr) return;
-    MibTokenList* head = static_cast<MibTokenList*>(std::calloc(1, sizeof(MibTokenList)));
+    MibTokenList* head = NewHeapRecord<MibTokenList>();
     if (head == nullptr) return;
     head->forw = head;
     head->back = head;
@@ -22,7 +24,7 @@ void CMib2Trap::CreateTokenListHead(MibTokenList** tlh) {
 // no memory for the element.
 MibTokenList* CMib2Trap::InsertTokenIntoQueue(char* szToken, MibTokenList* tlh) {
     if (tlh == nullptr) return nullptr;
-    MibTokenList* elem = static_cast<MibTokenList*>(std::calloc(1, sizeof(MibTokenList)));
+    MibTokenList* elem = NewHeapRecord<MibTokenList>();
     if (elem == nullptr) return nullptr;
     elem->szToken = szToken;
     Insque(elem, tlh->back);
@@ -44,8 +46,8 @@ void CMib2Trap::Remque(MibTokenList* elem) {
 
 void CMib2Trap::FreeTokenElement(MibTokenList* tl) {
     if (tl == nullptr) return;
-    std::free(tl->szToken);
-    std::free(tl);
+    FreeHeap(tl->szToken);
+    FreeHeap(tl);
 }
 
 void CMib2Trap::FreeTokenList(MibTokenList* tlh) {
@@ -57,7 +59,7 @@ void CMib2Trap::FreeTokenList(MibTokenList* tlh) {
         FreeTokenElement(elem);
         elem = next;
     }
-    std::free(tlh);  // the head's payload is not consulted
+    FreeHeap(tlh);  // the head's payload is not consulted
 }
 
 // Detaches the borrowed payloads so that a following FreeTokenList releases

@@ -61,17 +61,13 @@ int ReadTrapAnnotations(CMib2Trap* mib, node* np, char* szTrapToken) {
         if (type == TOK_REFERENCE) {
             // A reference text that cannot be read has been reported by the
             // reader; the annotation lines after it are still collected.
-            free(mib->GetQuotedText(mib->m_pInFile, szTrapToken));
+            mib->DropText(mib->GetQuotedText(mib->m_pInFile, szTrapToken));
             continue;
         }
         if (szTrapToken[0] != '#') continue;
-        keyword* kp = static_cast<keyword*>(calloc(1, sizeof(keyword)));
-        char* text = CopyText(szTrapToken);
-        if (!kp || !text) {
-            free(kp);
-            free(text);
-            continue;
-        }
+        keyword* kp = static_cast<keyword*>(mib->AllocRecord(sizeof(keyword)));
+        char* text = kp ? mib->CopyRecordText(szTrapToken) : nullptr;
+        if (!text) continue;
         kp->szLabel = text;
         kp->szValue = text;
         *tail = kp;
@@ -88,7 +84,7 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
 
     node* np = CreateNode(TOK_TRAP_TYPE);
     if (!np) return nullptr;
-    CopyInto(np->szLabel, szName);
+    np->szLabel = CopyLabel(szName);
     Trace("#-START_TRAPNAME: %s\n", szName);
 
     int type = GetToken(m_pInFile, szToken, 0);
@@ -100,8 +96,8 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
 
     type = GetToken(m_pInFile, szToken, 0);
     if (type == TOK_LABEL) {
-        CopyInto(np->szParent, szToken);
-        np->szEnterprise = CopyText(szToken);
+        np->szParent = CopyLabel(szToken);
+        np->szEnterprise = CopyRecordText(szToken);
         Trace("#-TRAP_ENTERPRISE: %s\n", szToken);
     } else if (type == TOK_BRACE && szToken[0] == '{') {
         // A registration in braces: the last word before "}" is the
@@ -117,9 +113,8 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
                 FreeNode(np);
                 return nullptr;
             }
-            CopyInto(np->szParent, szToken);
-            free(np->szEnterprise);
-            np->szEnterprise = CopyText(szToken);
+            np->szParent = CopyLabel(szToken);
+            np->szEnterprise = CopyRecordText(szToken);
         }
     } else {
         DisplayMsg(156, szToken);
@@ -136,13 +131,8 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
             return nullptr;
         }
         int count = 0;
-        CreateTokenListHead(&np->augment_name);
-        for (tagBracedList* item = list; item; item = item->pNext) {
-            char* copy = CopyText(item->szString ? item->szString : "");
-            if (copy && !InsertTokenIntoQueue(copy, np->augment_name)) free(copy);
-            ++count;
-        }
-        FreeBracedList(list);
+        for (tagBracedList* item = list; item; item = item->pNext) ++count;
+        np->augment_name = RecordTokenList(list);
         Trace("#-VARBIND_COUNT: %d\n", count);
     }
 
@@ -202,14 +192,9 @@ node* CMib2Trap::ParseNotificationType(char* szName) {
         // An absent or empty OBJECTS list is accepted; the word that follows
         // it is the current token either way.
         tagBracedList* list = GetBracedList(m_pInFile, GT_COMMA, &type, szToken);
-        if (list) CreateTokenListHead(&np->augment_name);
-        for (tagBracedList* item = list; item; item = item->pNext) {
-            const char* text = item->szString ? item->szString : "";
-            Trace("OBJECT: %s\n", text);
-            char* copy = CopyText(text);
-            if (copy && !InsertTokenIntoQueue(copy, np->augment_name)) free(copy);
-        }
-        FreeBracedList(list);
+        if (list) np->augment_name = RecordTokenList(list);
+        for (tagBracedList* item = list; item; item = item->pNext)
+            Trace("OBJECT: %s\n", item->szString ? item->szString : "");
     }
 
     if (type != TOK_STATUS) {
@@ -273,7 +258,7 @@ int CMib2Trap::FixTrapTypeNodes(node** nodes) {
 
         if (IsGenericTrap(np)) {
             if (np->subid == 0) childZero[parent].erase(Slot(pos, np));
-            CopyInto(np->szParent, "snmpTraps");
+            np->szParent = "snmpTraps";
             np->subid += 1;
             continue;
         }
@@ -295,8 +280,8 @@ int CMib2Trap::FixTrapTypeNodes(node** nodes) {
             if (len < 0 || len >= LABEL_LEN) return 1;
             target = CreateNode(0);
             if (!target) return 1;
-            CopyInto(target->szLabel, label);
-            CopyInto(target->szParent, np->szParent);
+            target->szLabel = CopyLabel(label);
+            target->szParent = np->szParent;  // labels are never changed in place: shared
             target->subid = 0;
             target->def_line = m_nLine;
             target->next = np;
@@ -311,7 +296,7 @@ int CMib2Trap::FixTrapTypeNodes(node** nodes) {
             childZero[parent].erase(Slot(pos, np));
             childZero[target->szLabel].insert(Slot(pos, np));
         }
-        CopyInto(np->szParent, target->szLabel);
+        np->szParent = target->szLabel;
     }
     return 0;
 }

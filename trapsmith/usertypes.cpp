@@ -18,7 +18,7 @@ bool SameText(const char* a, const char* b) {
 int CMib2Trap::ParseUserType(char* szToken, char* szName, node* cur_np) {
     node* np = CreateNode(TOK_LABEL);
     if (!np) return 0;
-    CopyInto(np->szLabel, szName);
+    np->szLabel = CopyLabel(szName);
     np->def_line = m_nNameLine;
 
     int type = GetToken(m_pInFile, szToken, GT_PARENS);
@@ -36,23 +36,17 @@ int CMib2Trap::ParseUserType(char* szToken, char* szName, node* cur_np) {
     if (np->syntax == TOK_SEQUENCE || np->syntax == TOK_OF) {
         // A SEQUENCE or SEQUENCE OF assignment describes the row or table
         // structure of the definition before it and is no user type.  The
-        // scratch node becomes owned by that definition (FreeNode releases it
-        // with its owner); one stored there earlier is released first.  With
-        // no definition before it there is nothing to attach it to.
-        if (cur_np) {
-            if (cur_np->userDefinedSequence) FreeNode(cur_np->userDefinedSequence);
-            cur_np->userDefinedSequence = np;
-        } else {
-            FreeNode(np);
-        }
+        // scratch node is hung on that definition, replacing one stored there
+        // earlier.  With no definition before it there is nothing to attach
+        // it to.
+        if (cur_np) cur_np->userDefinedSequence = np;
         return type;
     }
 
-    // The new record takes copies, so the scratch node is released whatever
-    // the append decides (new entry, identical repeat or conflict).
+    // The new record takes heap copies, since user types outlive the parse;
+    // the scratch node stays behind in the arena.
     MibUserType* utp =
         CreateUserTypeElement(szName, np->syntax, np->enums, np->szUserDef, np->szSubtype);
-    FreeNode(np);
     if (!utp || !AppendUserTypeOnTokenList(utp, &m_pUserTypeList)) return 0;
     return type;
 }
@@ -60,7 +54,7 @@ int CMib2Trap::ParseUserType(char* szToken, char* szName, node* cur_np) {
 int CMib2Trap::ParseTextualConvention(char* szToken, char* /*szName*/, node* np) {
     int type = GetToken(m_pInFile, szToken, 0);
     if (type == TOK_DISPLAY_HINT) {
-        free(GetQuotedText(m_pInFile, szToken));
+        DropText(GetQuotedText(m_pInFile, szToken));
         type = GetToken(m_pInFile, szToken, 0);
     }
     if (type != TOK_STATUS) {
@@ -73,10 +67,10 @@ int CMib2Trap::ParseTextualConvention(char* szToken, char* /*szName*/, node* np)
         DisplayMsg(140, szToken);
         return 0;
     }
-    free(GetQuotedText(m_pInFile, szToken));
+    DropText(GetQuotedText(m_pInFile, szToken));
     type = GetToken(m_pInFile, szToken, 0);
     if (type == TOK_REFERENCE) {
-        free(GetQuotedText(m_pInFile, szToken));
+        DropText(GetQuotedText(m_pInFile, szToken));
         type = GetToken(m_pInFile, szToken, 0);
     }
     if (type != TOK_SYNTAX) {
@@ -90,7 +84,7 @@ int CMib2Trap::ParseTextualConvention(char* szToken, char* /*szName*/, node* np)
 
 MibUserType* CMib2Trap::CreateUserTypeElement(const char* szName, int type, MibEnumList* enums,
                                               const char* szUserDef, const char* szSubtype) {
-    MibUserType* utp = static_cast<MibUserType*>(calloc(1, sizeof(MibUserType)));
+    MibUserType* utp = NewHeapRecord<MibUserType>();
     if (!utp) return nullptr;
     utp->type = type;
     utp->szName = CopyText(szName);
@@ -171,7 +165,7 @@ MibEnumList* CMib2Trap::DupEnumList(MibEnumList* oldEp) {
     MibEnumList* head = nullptr;
     MibEnumList** tail = &head;
     for (const MibEnumList* ep = oldEp; ep; ep = ep->next) {
-        MibEnumList* item = static_cast<MibEnumList*>(calloc(1, sizeof(MibEnumList)));
+        MibEnumList* item = NewHeapRecord<MibEnumList>();
         if (!item) {
             FreeEnumList(head);
             return nullptr;
@@ -180,7 +174,7 @@ MibEnumList* CMib2Trap::DupEnumList(MibEnumList* oldEp) {
         tail = &item->next;
         item->value = ep->value;
         if (ep->szLabel) {
-            item->szLabel = strdup(ep->szLabel);
+            item->szLabel = CopyText(ep->szLabel);
             if (!item->szLabel) {
                 FreeEnumList(head);
                 return nullptr;
@@ -198,11 +192,11 @@ void CMib2Trap::AppendObjDefnOnTokenList(node* pObjDefn, MibTokenList** pObjList
 
 void CMib2Trap::FreeUserTypeElement(MibUserType* utp) {
     if (!utp) return;
-    free(utp->szName);
-    free(utp->szUserDef);
+    FreeHeap(utp->szName);
+    FreeHeap(utp->szUserDef);
     FreeEnumList(utp->enums);
-    free(utp->szSubtype);
-    free(utp);
+    FreeHeap(utp->szSubtype);
+    FreeHeap(utp);
 }
 
 void CMib2Trap::ReleaseUserTypeList() {

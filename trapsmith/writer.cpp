@@ -27,6 +27,8 @@ namespace {
 // lists they came from have been freed.
 WrittenNames objIdList;
 
+using smitext::Put;
+using smitext::PutInt;
 using smitext::Text;
 using smitext::WriteEnums;
 using smitext::WriteNamed;
@@ -78,7 +80,8 @@ std::string WriteSyntax(FILE* file, const node* np) {
     const int code = np->syntax;
     switch (code) {
     case TOK_LABEL:
-        fprintf(file, "%s\n", Text(np->szUserDef));
+        Put(file, Text(np->szUserDef));
+        Put(file, '\n');
         index = IndexText(np->index_names);
         break;
     case TOK_OBJECT_IDENTIFIER:
@@ -151,17 +154,32 @@ const char* StatusWord(int status) {
     }
 }
 
+// " { parent subid }" and what follows it.
+void WriteValue(FILE* file, const node* np, const char* szAfter) {
+    Put(file, " { ");
+    Put(file, np->szParent);
+    Put(file, ' ');
+    PutInt(file, np->subid);
+    Put(file, szAfter);
+}
+
 void WriteObjectType(FILE* file, const node* np) {
-    fprintf(file, "%s OBJECT-TYPE\n", np->szLabel);
-    fputs("\tSYNTAX ", file);
+    Put(file, np->szLabel);
+    Put(file, " OBJECT-TYPE\n\tSYNTAX ");
     const std::string index = WriteSyntax(file, np);
-    fputs("\tACCESS ", file);
-    fputs(AccessWord(np->smi_access), file);
-    fputs("\tSTATUS ", file);
-    fputs(StatusWord(np->status), file);
-    fprintf(file, "\tDESCRIPTION \"%s\"\n", Text(np->szDescr));
-    if (!index.empty()) fprintf(file, "%s\n", index.c_str());
-    fprintf(file, "\t::= { %s %d }\n\n", np->szParent, np->subid);
+    Put(file, "\tACCESS ");
+    Put(file, AccessWord(np->smi_access));
+    Put(file, "\tSTATUS ");
+    Put(file, StatusWord(np->status));
+    Put(file, "\tDESCRIPTION \"");
+    Put(file, Text(np->szDescr));
+    Put(file, "\"\n");
+    if (!index.empty()) {
+        Put(file, index.data(), index.size());
+        Put(file, '\n');
+    }
+    Put(file, "\t::=");
+    WriteValue(file, np, " }\n\n");
 
     // The row structure declared right after this object, headed by the
     // object's own label.
@@ -179,9 +197,12 @@ void WriteObjectType(FILE* file, const node* np) {
 using QueueIndex = std::unordered_map<std::string_view, const node*>;
 
 void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
-    fprintf(file, "%s TRAP-TYPE\n", np->szLabel);
+    Put(file, np->szLabel);
+    Put(file, " TRAP-TYPE\n");
     if (np->type == TOK_TRAP_TYPE) {
-        fprintf(file, "\tENTERPRISE %s\n", Text(np->szEnterprise));
+        Put(file, "\tENTERPRISE ");
+        Put(file, Text(np->szEnterprise));
+        Put(file, '\n');
     } else {
         // A notification registered under a 0 arc (enterprise.0.n) becomes
         // the SMIv1 trap n of that enterprise, that is of its grandparent;
@@ -190,7 +211,9 @@ void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
         auto it = firstInQueue.find(np->szParent);
         if (it != firstInQueue.end())
             szEnterprise = it->second->subid != 0 ? it->second->szLabel : it->second->szParent;
-        fprintf(file, "\tENTERPRISE %s\n", szEnterprise);
+        Put(file, "\tENTERPRISE ");
+        Put(file, szEnterprise);
+        Put(file, '\n');
     }
     const MibTokenList* vars = np->augment_name;
     if (vars && vars->forw && vars->forw != vars) {
@@ -198,16 +221,24 @@ void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
             fprintf(file, e == vars->forw ? "\tVARIABLES { %s" : ", %s", Text(e->szToken));
         fputs(" }\n", file);
     }
-    for (const keyword* kp = np->keyword; kp; kp = kp->next)
-        fprintf(file, "\n\t--%s\n", Text(kp->szLabel));
-    fprintf(file, "DESCRIPTION \"%s\"\n", Text(np->szDescr));
-    fprintf(file, "\t::= %d\n\n", np->subid);
+    for (const keyword* kp = np->keyword; kp; kp = kp->next) {
+        Put(file, "\n\t--");
+        Put(file, Text(kp->szLabel));
+        Put(file, '\n');
+    }
+    Put(file, "DESCRIPTION \"");
+    Put(file, Text(np->szDescr));
+    Put(file, "\"\n\t::= ");
+    PutInt(file, np->subid);
+    Put(file, "\n\n");
 }
 
 void WriteRecord(FILE* file, const node* np, const QueueIndex& firstInQueue) {
-    if (IsRegistration(np->type))
-        fprintf(file, "%s OBJECT IDENTIFIER ::= { %s %d }\n", np->szLabel, np->szParent, np->subid);
-    else if (np->type == TOK_OBJECT_TYPE)
+    if (IsRegistration(np->type)) {
+        Put(file, np->szLabel);
+        Put(file, " OBJECT IDENTIFIER ::=");
+        WriteValue(file, np, " }\n");
+    } else if (np->type == TOK_OBJECT_TYPE)
         WriteObjectType(file, np);
     else if (IsTrap(np->type))
         WriteTrap(file, np, firstInQueue);
@@ -261,7 +292,7 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
             for (const node* np : npQueue) firstInQueue.emplace(np->szLabel, np);
 
         for (const node* np : npQueue) {
-            fputs("\n", file);
+            Put(file, '\n');
             if (IsChecked(np->type)) {
                 if (objIdList.Contains(np->szLabel)) {
                     printf(IsTrap(np->type) ? "\nDuplicate trap object %s on line %d"
