@@ -262,33 +262,35 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
 
         PrintUserTypes(file);
 
-        std::vector<node*> vObjIds, vTraps, vAll, npQueue;
-        for (node* np = mod->node; np; np = np->next) {
-            if (np->type == TOK_OBJECT_TYPE || IsRegistration(np->type)) {
-                vObjIds.push_back(np);
-                vAll.push_back(np);
-            }
+        // vAll holds the objects and registrations, then the traps; the
+        // queue receives each of them once, so both are sized exactly.
+        size_t nObjIds = 0, nTraps = 0;
+        for (const node* np = mod->node; np; np = np->next) {
+            if (np->type == TOK_OBJECT_TYPE || IsRegistration(np->type))
+                ++nObjIds;
+            else if (IsTrap(np->type))
+                ++nTraps;
         }
-        for (node* np = mod->node; np; np = np->next) {
-            if (IsTrap(np->type)) {
-                vTraps.push_back(np);
-                vAll.push_back(np);
-            }
-        }
+        std::vector<node*> vAll, npQueue;
+        vAll.reserve(nObjIds + nTraps);
+        npQueue.reserve(nObjIds + nTraps);
+        for (node* np = mod->node; np; np = np->next)
+            if (np->type == TOK_OBJECT_TYPE || IsRegistration(np->type)) vAll.push_back(np);
+        for (node* np = mod->node; np; np = np->next)
+            if (IsTrap(np->type)) vAll.push_back(np);
 
         // The lookup state of AddToQueue belongs to this module's sequences;
         // the next module's sequences may reuse the same addresses.
         m_indexedAll = nullptr;
         m_indexedQueue = nullptr;
-        for (node* np : vObjIds) AddToQueue(&vAll, &npQueue, np);
-        for (node* np : vTraps) AddToQueue(&vAll, &npQueue, np);
+        for (size_t i = 0; i < vAll.size(); ++i) AddToQueue(&vAll, &npQueue, vAll[i]);
         m_indexedAll = nullptr;
         m_indexedQueue = nullptr;
         m_firstByLabel.clear();
         m_queued.clear();
 
         QueueIndex firstInQueue;
-        if (!vTraps.empty())
+        if (nTraps != 0)
             for (const node* np : npQueue) firstInQueue.emplace(np->szLabel, np);
 
         for (const node* np : npQueue) {
