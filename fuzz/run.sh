@@ -1,27 +1,50 @@
 #!/usr/bin/env bash
-# Builds the libFuzzer target fuzz/fuzz_compile.cpp with AddressSanitizer and
-# UndefinedBehaviorSanitizer and fuzzes the compiler with it.
+# Builds the libFuzzer targets with AddressSanitizer and
+# UndefinedBehaviorSanitizer and fuzzes the compiler with them:
 #
-#   fuzz/run.sh SECONDS    fuzz for SECONDS seconds
-#   fuzz/run.sh --build    only build the target (exit status 2: cannot build)
+#   compile   fuzz/fuzz_compile.cpp: the input is the main module
+#   imports   fuzz/fuzz_imports.cpp: the input is a main module and up to two
+#             modules it imports, separated by "#--8<--" lines
 #
-# Environment: JOBS (default 1) runs that many fuzzing processes side by side,
-# each with its own scratch folder, sharing the working corpus.
+#   fuzz/run.sh SECONDS    fuzz for SECONDS seconds in all, shared evenly by
+#                          the targets, which run one after the other
+#   fuzz/run.sh --build    only build the targets (exit status 2: cannot build)
 #
-# Everything built or written goes to build-fuzz/ (the target, the seed
-# corpus, the logs) or to a scratch folder per process that holds the import
-# files and is removed at the end (in /dev/shm when there is one); the working
-# corpus is kept in fuzz/corpus-work/ from one run to the next, and inputs that
-# crash, leak or time out are written as fuzz/crash-*, fuzz/leak-*,
-# fuzz/timeout-*.  Prints the total number of executions at the end; exits
-# non-zero on any crash, leak, timeout or sanitizer report.
+# Environment:
+#   TARGETS   the targets to run, in order (default "compile imports")
+#   JOBS      fuzzing processes side by side for each target (default 1), each
+#             with its own scratch folder, sharing the target's working corpus
+#   MAX_LEN   the longest input libFuzzer tries, in bytes; by default 65536,
+#             or the size of the target's largest seed file when that is
+#             larger, so that every seed is read whole (libFuzzer cuts inputs
+#             longer than this); MAX_LEN=65536 trades the whole large seeds
+#             for a higher rate of executions
+#   FUZZ_OUT  where the targets, seeds and logs go (default build-fuzz/)
+#
+# Everything built or written goes to FUZZ_OUT (the targets, the seed corpora,
+# the logs) or to a scratch folder per process that holds the import files and
+# is removed at the end (in /dev/shm when there is one); the working corpora
+# are kept in fuzz/corpus-work/ (compile) and fuzz/corpus-work-imports/
+# (imports) from one run to the next, and inputs that crash, leak or time out
+# are written as fuzz/crash-*, fuzz/leak-*, fuzz/timeout-*, fuzz/oom-*.
+#
+# To run one saved input again, with the target named in the report, in a
+# folder that holds the import files (the SMI modules of ../shared/mibs named
+# below and examples/*.mib); the target works inside FOLDER, so the input is
+# named by its full path:
+#   TRAPSMITH_FUZZ_DIR=FOLDER build-fuzz/fuzz_compile "$PWD"/fuzz/crash-...
+#
+# Prints, for each target, its executions, the coverage it reached (the edges
+# of libFuzzer's last "cov:" figure), how many of its executions had an input
+# longer than 4096 bytes and how many inputs of its working corpus are that
+# long; then the total number of executions.  Exits non-zero on any crash,
+# leak, timeout or sanitizer report.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$(pwd)
-out=$root/build-fuzz
-target=$out/fuzz_compile
-corpus_dir=$root/fuzz/corpus-work
+out=${FUZZ_OUT:-$root/build-fuzz}
 mibs=$root/../shared/mibs
+large=4096
 
 usage() {
   echo "usage: fuzz/run.sh SECONDS | --build"
@@ -36,6 +59,24 @@ else
 fi
 jobs=${JOBS:-1}
 [[ $jobs =~ ^[1-9][0-9]*$ ]] || usage
+min_len=65536
+max_len=${MAX_LEN:-}
+[[ -z $max_len || $max_len =~ ^[1-9][0-9]*$ ]] || usage
+read -r -a targets <<<"${TARGETS:-compile imports}"
+[ ${#targets[@]} -gt 0 ] || usage
+for t in "${targets[@]}"; do
+  case $t in
+    compile | imports) ;;
+    *) echo "unknown target: $t (targets: compile imports)"; exit 2 ;;
+  esac
+done
+mkdir -p "$out"
+out=$(cd "$out" && pwd)
+
+# The working corpus of a target.
+corpus_of() {
+  if [ "$1" = compile ]; then echo "$root/fuzz/corpus-work"; else echo "$root/fuzz/corpus-work-$1"; fi
+}
 
 # Installs the packages that are not installed yet (apt-get update first).
 install_packages() {
@@ -71,21 +112,36 @@ ensure_toolchain() {
   fuzzer_links
 }
 
+# Builds the compiler sources once into an archive, then each target against
+# it; each step is redone only when one of its inputs is newer than its result.
 build() {
-  local sources=()
-  local f
+  local sources=() objects=() f obj
   for f in "$root"/trapsmith/*.cpp; do
     [ "$(basename "$f")" = trapsmith.cpp ] || sources+=("$f")
   done
-  mkdir -p "$out"
-  # Rebuilt only when a source or header is newer than the target.
-  if [ -x "$target" ] && [ -z "$(find "$root/trapsmith" "$root/fuzz/fuzz_compile.cpp" -newer "$target" -print -quit)" ]; then
-    return 0
+  local flags=(-std=c++17 -O1 -g -fno-omit-frame-pointer -fsanitize=fuzzer-no-link,address,undefined
+               -fno-sanitize-recover=all -I"$root/trapsmith")
+  mkdir -p "$out/obj"
+  local lib=$out/obj/libtrapsmith.a
+  if [ ! -f "$lib" ] || [ -n "$(find "$root/trapsmith" -newer "$lib" -print -quit)" ]; then
+    echo "building $lib"
+    for f in "${sources[@]}"; do
+      obj=$out/obj/$(basename "$f" .cpp).o
+      objects+=("$obj")
+      clang++ "${flags[@]}" -c "$f" -o "$obj" || return 1
+    done
+    rm -f "$lib"
+    ar rcs "$lib" "${objects[@]}"
   fi
-  echo "building $target"
-  clang++ -std=c++17 -O1 -g -fno-omit-frame-pointer \
-    -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=all \
-    -I"$root/trapsmith" "${sources[@]}" "$root/fuzz/fuzz_compile.cpp" -o "$target"
+  for t in compile imports; do
+    local target=$out/fuzz_$t
+    if [ -x "$target" ] && [ -z "$(find "$lib" "$root/fuzz/fuzz_$t.cpp" "$root/fuzz/fuzz_common.h" \
+                                      -newer "$target" -print -quit)" ]; then
+      continue
+    fi
+    echo "building $target"
+    clang++ "${flags[@]/fuzzer-no-link/fuzzer}" "$root/fuzz/fuzz_$t.cpp" "$lib" -o "$target" || return 1
+  done
 }
 
 if ! ensure_toolchain; then
@@ -98,6 +154,12 @@ if ! build; then
 fi
 [ $build_only -eq 1 ] && exit 0
 seconds=$1
+per_target=$((seconds / ${#targets[@]}))
+[ $per_target -gt 0 ] || per_target=1
+
+if ! command -v python3 >/dev/null 2>&1; then
+  install_packages python3 || { echo "python3 is needed for the generated seeds"; exit 2; }
+fi
 
 # Import files, one copy per fuzzing process: the modules that define the SMI
 # and the examples.  Larger real modules are left out on purpose: every input
@@ -106,7 +168,7 @@ seconds=$1
 # the fuzzed definitions through the import resolution.
 import_files=(RFC1155-SMI.mib RFC-1212.mib RFC-1215.mib SNMPv2-SMI.mib SNMPv2-TC.mib
               SNMPv2-CONF.mib)
-# Every run of the target creates and removes its work files: the scratch
+# Every run of a target creates and removes its work files: the scratch
 # folders go to memory when the machine offers a writable /dev/shm.
 scratch_root=$out
 [ -d /dev/shm ] && [ -w /dev/shm ] && scratch_root=/dev/shm
@@ -118,64 +180,90 @@ finish() {
   rm -rf "$scratch_base"
 }
 trap finish EXIT
-for ((j = 1; j <= jobs; j++)); do
-  scratch=$scratch_base/$j
-  mkdir -p "$scratch"
-  for f in "${import_files[@]}"; do
-    [ -f "$mibs/$f" ] && cp "$mibs/$f" "$scratch/"
-  done
-  cp "$root"/examples/*.mib "$scratch/"
-done
 
-# Seed corpus: the real MIBs, the examples and the inputs of the end-to-end
-# cases.
+# Seed corpora.  compile: the real MIBs, the examples, the inputs of the
+# end-to-end cases, and the generated modules at the compiler's limits.
+# imports: the generated main-and-imports inputs, and the real MIBs of less
+# than 62 KB, each as the module a generated main module imports from (the
+# larger ones would slow every execution that keeps them down).
 seeds=$out/seeds
 rm -rf "$seeds"
-mkdir -p "$seeds" "$corpus_dir"
-[ -d "$mibs" ] && find "$mibs" -maxdepth 1 -type f -name '*.mib' -exec cp {} "$seeds/" \;
-cp "$root"/examples/*.mib "$seeds/"
+mkdir -p "$seeds/compile" "$seeds/imports"
+[ -d "$mibs" ] && find "$mibs" -maxdepth 1 -type f -name '*.mib' -exec cp {} "$seeds/compile/" \;
+cp "$root"/examples/*.mib "$seeds/compile/"
 n=0
 for f in "$root"/tests/golden/*/input/*; do
   [ -f "$f" ] || continue
   n=$((n + 1))
-  cp "$f" "$seeds/golden-$n-$(basename "$f" | cut -c1-40)"
+  cp "$f" "$seeds/compile/golden-$n-$(basename "$f" | cut -c1-40)"
 done
+real=()
+if [ -d "$mibs" ]; then
+  while IFS= read -r f; do real+=("$f"); done < <(find "$mibs" -maxdepth 1 -type f -name '*.mib' \
+    -size -$((min_len - 2048))c | sort)
+fi
+python3 "$root/fuzz/make_seeds.py" "$seeds/compile" "$seeds/imports" "${real[@]}"
 
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:symbolize=1:detect_stack_use_after_return=1
 export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 
-for ((j = 1; j <= jobs; j++)); do
-  TRAPSMITH_FUZZ_DIR=$scratch_base/$j "$target" \
-    -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=4096 \
-    -dict="$root/fuzz/mib.dict" -reload=60 -print_final_stats=1 \
-    -artifact_prefix="$root/fuzz/" \
-    "$corpus_dir" "$seeds" >"$out/fuzz-$j.log" 2>&1 &
-  pids+=($!)
-done
 failed=0
-for ((j = 1; j <= jobs; j++)); do
-  status=0
-  wait "${pids[$((j - 1))]}" || status=$?
-  log=$out/fuzz-$j.log
-  # A report that did not stop the process still counts as a finding.
-  if [ $status -ne 0 ] || grep -qE '^(==[0-9]+==ERROR|SUMMARY: |.*runtime error: )' "$log"; then
-    echo "fuzzing process $j failed (exit status $status); from its log ($log):"
-    # The first report and the name of the input that caused it.
-    sed -n '/^==[0-9]*==ERROR\|runtime error: \|^ERROR: libFuzzer/,$p' "$log" | head -40
-    grep -E 'Test unit written to|^SUMMARY' "$log" | sort -u || true
-    failed=1
+summary=()
+total=0
+for t in "${targets[@]}"; do
+  corpus_dir=$(corpus_of "$t")
+  mkdir -p "$corpus_dir"
+  len=$max_len
+  if [ -z "$len" ]; then
+    len=$(find "$seeds/$t" -type f -printf '%s\n' | sort -n | tail -1)
+    [ "${len:-0}" -gt $min_len ] || len=$min_len
   fi
+  pids=()
+  for ((j = 1; j <= jobs; j++)); do
+    scratch=$scratch_base/$t-$j
+    mkdir -p "$scratch"
+    for f in "${import_files[@]}"; do
+      [ -f "$mibs/$f" ] && cp "$mibs/$f" "$scratch/"
+    done
+    cp "$root"/examples/*.mib "$scratch/"
+    TRAPSMITH_FUZZ_DIR=$scratch "$out/fuzz_$t" \
+      -max_total_time="$per_target" -timeout=10 -rss_limit_mb=2048 -max_len="$len" \
+      -dict="$root/fuzz/mib.dict" -reload=60 -print_final_stats=1 \
+      -artifact_prefix="$root/fuzz/" \
+      "$corpus_dir" "$seeds/$t" >"$out/fuzz-$t-$j.log" 2>&1 &
+    pids+=($!)
+  done
+  execs=0 large_execs=0 cov=0 rate=0
+  for ((j = 1; j <= jobs; j++)); do
+    status=0
+    wait "${pids[$((j - 1))]}" || status=$?
+    log=$out/fuzz-$t-$j.log
+    # A report that did not stop the process still counts as a finding.
+    if [ $status -ne 0 ] || grep -qE '^(==[0-9]+==ERROR|SUMMARY: |.*runtime error: )' "$log"; then
+      echo "fuzz_$t process $j failed (exit status $status); from its log ($log):"
+      # The first report and the name of the input that caused it.
+      sed -n '/^==[0-9]*==ERROR\|runtime error: \|^ERROR: libFuzzer\|^fuzz_[a-z]*: /,$p' "$log" | head -40
+      grep -E 'Test unit written to|^SUMMARY' "$log" | sort -u || true
+      failed=1
+    fi
+    n=$(sed -n 's/^stat::number_of_executed_units: *\([0-9]*\).*/\1/p' "$log" | tail -1)
+    execs=$((execs + ${n:-0}))
+    n=$(sed -n 's/^stat::average_exec_per_sec: *\([0-9]*\).*/\1/p' "$log" | tail -1)
+    rate=$((rate + ${n:-0}))
+    # Written by the target itself when it exits.
+    n=$(sed -n "s/^fuzz_$t: [0-9]* executions, \([0-9]*\) of inputs larger.*/\1/p" "$log" | tail -1)
+    large_execs=$((large_execs + ${n:-0}))
+    n=$(grep -o ' cov: [0-9]*' "$log" | tail -1 | tr -dc 0-9) || true
+    [ "${n:-0}" -gt $cov ] && cov=$n
+  done
+  pids=()
+  total=$((total + execs))
+  large_corpus=$(find "$corpus_dir" -type f -size +${large}c | wc -l)
+  summary+=("fuzz_$t: $execs executions in ${per_target}s ($rate exec/s, max_len $len), cov: $cov edges, $large_execs executions of inputs > $large bytes, corpus: $(find "$corpus_dir" -type f | wc -l) inputs ($large_corpus > $large bytes)")
 done
 
-total=0
-rate=0
-for ((j = 1; j <= jobs; j++)); do
-  execs=$(sed -n 's/^stat::number_of_executed_units: *\([0-9]*\).*/\1/p' "$out/fuzz-$j.log" | tail -1)
-  per_sec=$(sed -n 's/^stat::average_exec_per_sec: *\([0-9]*\).*/\1/p' "$out/fuzz-$j.log" | tail -1)
-  total=$((total + ${execs:-0}))
-  rate=$((rate + ${per_sec:-0}))
-done
-echo "fuzzing: $total executions in ${seconds}s ($rate exec/s, $jobs process(es)), corpus: $(ls "$corpus_dir" | wc -l) inputs"
+printf '%s\n' "${summary[@]}"
+echo "fuzzing: $total executions in ${seconds}s (${#targets[@]} target(s), $jobs process(es) each)"
 if [ $failed -ne 0 ]; then
   ls "$root"/fuzz/crash-* "$root"/fuzz/leak-* "$root"/fuzz/timeout-* "$root"/fuzz/oom-* 2>/dev/null || true
   exit 1
