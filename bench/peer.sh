@@ -39,16 +39,7 @@ if [ ! -d "$mibs" ] || [ ! -d "$bench_mibs" ]; then
   exit 0
 fi
 
-install_missing() {
-  local missing=() pkg
-  for pkg in "$@"; do dpkg -s "$pkg" >/dev/null 2>&1 || missing+=("$pkg"); done
-  [ ${#missing[@]} -eq 0 ] && return 0
-  local sudo=
-  [ "$(id -u)" -ne 0 ] && sudo=sudo
-  echo "installing: ${missing[*]}"
-  $sudo apt-get update -qq >/dev/null
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
-}
+source "$root/scripts/install-missing.sh"
 install_missing snmp time
 
 scratch=$(mktemp -d)

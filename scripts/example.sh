@@ -6,16 +6,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-missing=()
-for pkg in cmake g++ libgtest-dev libgmock-dev libbenchmark-dev; do
-  dpkg -s "$pkg" >/dev/null 2>&1 || missing+=("$pkg")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  sudo=
-  [ "$(id -u)" -ne 0 ] && sudo=sudo
-  $sudo apt-get update -qq >/dev/null
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
-fi
+source scripts/install-missing.sh
+install_missing cmake g++ libgtest-dev libgmock-dev libbenchmark-dev
 
 cmake -S . -B build && cmake --build build -j "$(nproc)"
 

@@ -10,19 +10,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$(pwd)
 
-# Installs the packages that are not installed yet (apt-get update first).
-install_missing() {
-  local missing=() pkg
-  for pkg in "$@"; do
-    dpkg -s "$pkg" >/dev/null 2>&1 || missing+=("$pkg")
-  done
-  [ ${#missing[@]} -eq 0 ] && return 0
-  local sudo=
-  [ "$(id -u)" -ne 0 ] && sudo=sudo
-  echo "installing: ${missing[*]}"
-  $sudo apt-get update -qq >/dev/null
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
-}
+source "$root/scripts/install-missing.sh"
 
 # Runs a command with its output kept in a log that is shown only on failure.
 quietly() {

@@ -55,14 +55,10 @@ if [ ! -x "$bin" ]; then
   exit 2
 fi
 
-if ! command -v valgrind >/dev/null 2>&1; then
-  sudo=
-  [ "$(id -u)" -ne 0 ] && sudo=sudo
-  echo "installing: valgrind"
-  if ! { $sudo apt-get update -qq && DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq valgrind; } >/dev/null; then
-    echo "valgrind-bench: valgrind is not available"
-    exit 2
-  fi
+source "$(dirname "$(readlink -f "$0")")/install-missing.sh"
+if ! command -v valgrind >/dev/null 2>&1 && ! install_missing valgrind; then
+  echo "valgrind-bench: valgrind is not available"
+  exit 2
 fi
 [ -d "$mibs" ] || echo "valgrind-bench: no folder $mibs: the imports of the modules will not be found"
 
