@@ -14,6 +14,7 @@
 namespace {
 
 constexpr size_t QUOTED_MAX = 4096;   // longest quoted text kept
+static_assert(TRAP_TOKEN_BUF < QUOTED_MAX, "a first word and its blank fit in a quoted text");
 constexpr size_t ITEM_MAX = 1023;     // longest quoted list item
 constexpr size_t SUBTYPE_MAX = 1023;  // longest subtype text kept
 
@@ -53,18 +54,26 @@ char* CMib2Trap::GetQuotedText(FILE* pFile, char* szToken) {
         return nullptr;
     }
 
-    std::string text(szToken + 1);
-    const size_t quote = text.find('"');
+    // Built in place: at most QUOTED_MAX characters are kept.
+    char text[QUOTED_MAX];
+    size_t len = 0;
+    const char* first = szToken + 1;
+    const char* quote = strchr(first, '"');
     bool cut = false;
-    if (quote != std::string::npos) {
+    if (quote != nullptr) {
         // The text ends inside its first word; anything glued after the
         // closing quote is dropped, and the push-back is the genuine next
         // character of the stream.
-        text.resize(quote);
+        len = static_cast<size_t>(quote - first);
+        memcpy(text, first, len);
     } else {
+        // A word is shorter than the kept text, so the word and the blank
+        // after it always fit.
+        len = strlen(first);
+        memcpy(text, first, len);
         // One blank stands for the character that ended the first word.
         ConsumePushBack(&m_nLine);
-        text += ' ';
+        text[len++] = ' ';
         for (;;) {
             const int c = ReadMibChar(pFile);
             if (c == '"') break;
@@ -72,13 +81,13 @@ char* CMib2Trap::GetQuotedText(FILE* pFile, char* szToken) {
                 DisplayMsg(126);
                 return nullptr;
             }
-            if (text.size() >= QUOTED_MAX) {
+            if (len >= QUOTED_MAX) {
                 // Too long: the text is cut here and the rest skipped below.
                 if (c == '\n') CountLine(&m_nLine);
                 cut = true;
                 break;
             }
-            text += static_cast<char>(c);
+            text[len++] = static_cast<char>(c);
             if (c == '\n') {
                 CountLine(&m_nLine);
                 // Drop the indentation of the next line.
@@ -89,7 +98,7 @@ char* CMib2Trap::GetQuotedText(FILE* pFile, char* szToken) {
         }
     }
     if (cut) SkipToQuote(pFile, &m_nLine);
-    return CopyRecordText(text.data(), text.size());
+    return CopyRecordText(text, len);
 }
 
 bool CMib2Trap::SkipRefText(char* szToken) {

@@ -3,6 +3,7 @@
 #define TRAPSMITH_SMITEXT_H
 
 #include <cstdio>
+#include <cstring>
 
 #include "mib2trap.h"
 
@@ -11,8 +12,22 @@ namespace smitext {
 // Unformatted output: the writers and the trace write their texts piece by
 // piece, without the C library's formatter.  The compiler runs on one
 // thread, so the stream lock is skipped.
-inline void Put(FILE* file, const char* text, size_t len) { fwrite_unlocked(text, 1, len, file); }
-inline void Put(FILE* file, const char* text) { fputs_unlocked(text, file); }
+//
+// A piece that fits in the room left in the stream's buffer is copied
+// straight into it, exactly as putc stores a single character (glibc keeps
+// that room between _IO_write_ptr and _IO_write_end, and keeps it empty for
+// line-buffered and unbuffered streams, so those still go through fwrite).
+inline void Put(FILE* file, const char* text, size_t len) {
+#if defined(__GLIBC__)
+    if (len != 0 && static_cast<size_t>(file->_IO_write_end - file->_IO_write_ptr) >= len) {
+        memcpy(file->_IO_write_ptr, text, len);
+        file->_IO_write_ptr += len;
+        return;
+    }
+#endif
+    fwrite_unlocked(text, 1, len, file);
+}
+inline void Put(FILE* file, const char* text) { Put(file, text, strlen(text)); }
 inline void Put(FILE* file, char c) { putc_unlocked(c, file); }
 // A decimal int, as "%d" writes it.
 inline void PutInt(FILE* file, int value) {

@@ -1,6 +1,8 @@
 // The tokenizer: splits a MIB stream into words, drops comments, counts lines,
 // picks up the " START OF MIB:" name and, in annotation mode, returns "--"
 // comment lines whole.
+#include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -20,6 +22,20 @@ constexpr int TRAP_MAX_TOKEN = TRAP_TOKEN_BUF - 1;   // 1024
 constexpr int COMMENT_MAX = 1024;
 constexpr char START_OF_MIB[] = " START OF MIB:";
 
+// Character classes of the word loop: a character with none of the classes
+// the current call stops on is simply part of the word.
+enum : uint8_t { CH_SPACE = 1, CH_DASH = 2, CH_BRACE = 4, CH_COMMA = 8, CH_PAREN = 16 };
+constexpr std::array<uint8_t, 256> kCharClass = [] {
+    std::array<uint8_t, 256> table{};
+    for (int c = 0; c < 256; ++c)
+        if (IsMibSpace(c)) table[static_cast<size_t>(c)] = CH_SPACE;
+    table['-'] = CH_DASH;
+    table['{'] = table['}'] = CH_BRACE;
+    table[','] = CH_COMMA;
+    table['('] = table[')'] = CH_PAREN;
+    return table;
+}();
+
 tok* FindKeyword(tok* const* buckets, const char* word) {
     const int32_t hash = KeywordHash(word);
     for (tok* t = buckets[static_cast<uint32_t>(hash) & 31u]; t != nullptr; t = t->pNext)
@@ -35,6 +51,8 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
 
     const bool bCommaEnds = (fFlag & GT_COMMA) != 0;
     const bool bParensEnd = (fFlag & GT_PARENS) != 0;
+    const uint8_t stopClasses = static_cast<uint8_t>(CH_SPACE | CH_DASH | CH_BRACE | (bCommaEnds ? CH_COMMA : 0) |
+                                                     (bParensEnd ? CH_PAREN : 0));
 
     // The word is built here and copied out at the end, so that the caller's
     // buffer receives at most cbMaxToken - 1 characters and its terminator.
@@ -89,6 +107,32 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
     if (c == EOF) return endOfInput();
 
     for (;;) {
+        // Runs of ordinary characters are taken in tight loops; each does
+        // exactly what the general step below does for those characters,
+        // which then handles the character that ended the run.
+        if (dashcnt == 0) {
+            // The body of a word.
+            while ((kCharClass[static_cast<size_t>(c)] & stopClasses) == 0) {
+                token[tokenLen++] = static_cast<char>(c);
+                if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
+                c = ReadMibChar(fp);
+                if (c == EOF) return endOfInput();
+            }
+        } else if (dashcnt == -2) {
+            // The text of a comment: part of the word in annotation mode,
+            // kept for the " START OF MIB:" check otherwise.
+            while (c != '-' && c != '\n') {
+                if (bTrapKeywords) {
+                    token[tokenLen++] = static_cast<char>(c);
+                    if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
+                } else if (commentLen < COMMENT_MAX) {
+                    szComment[commentLen++] = static_cast<char>(c);
+                }
+                c = ReadMibChar(fp);
+                if (c == EOF) return endOfInput();
+            }
+        }
+
         if (c == '-') {
             // "--" opens a comment in text and closes it inside a comment.
             if (++dashcnt > 1) dashcnt = -2;

@@ -13,7 +13,7 @@ extern int chLast;
 
 // White space as the C locale defines it: blank, tab, newline, vertical tab,
 // form feed, carriage return.
-inline bool IsMibSpace(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+constexpr bool IsMibSpace(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // Counts one line; the counter stops at its maximum instead of overflowing on
 // an absurdly long input.
