@@ -23,6 +23,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "flat_index.h"
+
 // ---------------------------------------------------------------------------
 // Token codes.  The values are stored in parse records (kind, syntax, status)
 // and compared by the writers, so they are fixed.
@@ -554,9 +556,13 @@ private:
     // vAll, which stay in place while their module is written.
     const std::vector<node*>* m_indexedAll = nullptr;
     size_t m_indexedAllSize = 0;
-    std::unordered_map<std::string_view, node*> m_firstByLabel;
+    flat::FirstByName<node*> m_firstByLabel;
     const std::vector<node*>* m_indexedQueue = nullptr;
-    std::unordered_set<const node*> m_queued;
+    flat::PointerSet m_queued;
+    // The ancestors AddToQueue is collecting, kept from call to call so that
+    // they cost no allocation each time.
+    std::vector<node*> m_chain;
+    flat::PointerSet m_onChain;
 
     // Definitions of the module ResolveParent walks, by label, and the labels
     // it has already resolved for that module.

@@ -74,7 +74,9 @@ char* CMib2Trap::GetQuotedText(FILE* pFile, char* szToken) {
         // One blank stands for the character that ended the first word.
         ConsumePushBack(&m_nLine);
         text[len++] = ' ';
+        auto inLine = [](unsigned char b) { return b != '"' && b != '\n'; };
         for (;;) {
+            len += TakeRun(pFile, text + len, QUOTED_MAX - len, inLine);
             const int c = ReadMibChar(pFile);
             if (c == '"') break;
             if (c == EOF) {
@@ -91,6 +93,8 @@ char* CMib2Trap::GetQuotedText(FILE* pFile, char* szToken) {
             if (c == '\n') {
                 CountLine(&m_nLine);
                 // Drop the indentation of the next line.
+                auto indent = [](unsigned char b) { return b != '\n' && IsMibSpace(b); };
+                SkipRun(pFile, indent);
                 int d = ReadMibChar(pFile);
                 while (d != '\n' && IsMibSpace(d)) d = ReadMibChar(pFile);
                 if (d != EOF) ungetc(d, pFile);

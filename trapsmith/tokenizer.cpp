@@ -2,6 +2,7 @@
 // picks up the " START OF MIB:" name and, in annotation mode, returns "--"
 // comment lines whole.
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -36,7 +37,27 @@ constexpr std::array<uint8_t, 256> kCharClass = [] {
     return table;
 }();
 
+// The first two characters of every keyword (a one-character keyword with
+// its terminator): a word that starts otherwise, as nearly every label does,
+// is known not to be a keyword without hashing it.
+class KeywordStarts {
+public:
+    KeywordStarts() {
+        for (const tok* t = g_tokens; t->szName != nullptr; ++t) m_starts.set(Key(t->szName));
+    }
+    bool MayStart(const char* word) const { return m_starts.test(Key(word)); }
+
+private:
+    static size_t Key(const char* s) {
+        const unsigned char first = static_cast<unsigned char>(s[0]);
+        return static_cast<size_t>(first) << 8 | (first != 0 ? static_cast<unsigned char>(s[1]) : 0u);
+    }
+    std::bitset<65536> m_starts;
+};
+
 tok* FindKeyword(tok* const* buckets, const char* word) {
+    static const KeywordStarts starts;
+    if (!starts.MayStart(word)) return nullptr;
     const int32_t hash = KeywordHash(word);
     for (tok* t = buckets[static_cast<uint32_t>(hash) & 31u]; t != nullptr; t = t->pNext)
         if (t->nHash == hash && strcmp(t->szName, word) == 0) return t;
@@ -102,6 +123,7 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
     int c = chLast;
     while (IsMibSpace(c)) {
         if (c == '\n') CountLine(&m_nLine);
+        SkipSpaces(fp, &m_nLine);
         c = ReadMibChar(fp);
     }
     if (c == EOF) return endOfInput();
@@ -112,8 +134,12 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
         // which then handles the character that ended the run.
         if (dashcnt == 0) {
             // The body of a word.
-            while ((kCharClass[static_cast<size_t>(c)] & stopClasses) == 0) {
+            auto inWord = [stopClasses](unsigned char b) { return (kCharClass[b] & stopClasses) == 0; };
+            while (inWord(static_cast<unsigned char>(c))) {
                 token[tokenLen++] = static_cast<char>(c);
+                if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
+                tokenLen += static_cast<int>(
+                    TakeRun(fp, token + tokenLen, static_cast<size_t>(cbMaxToken - tokenLen), inWord));
                 if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
                 c = ReadMibChar(fp);
                 if (c == EOF) return endOfInput();
@@ -121,12 +147,20 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
         } else if (dashcnt == -2) {
             // The text of a comment: part of the word in annotation mode,
             // kept for the " START OF MIB:" check otherwise.
-            while (c != '-' && c != '\n') {
+            auto inComment = [](unsigned char b) { return b != '-' && b != '\n'; };
+            while (inComment(static_cast<unsigned char>(c))) {
                 if (bTrapKeywords) {
                     token[tokenLen++] = static_cast<char>(c);
                     if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
-                } else if (commentLen < COMMENT_MAX) {
-                    szComment[commentLen++] = static_cast<char>(c);
+                    tokenLen += static_cast<int>(
+                        TakeRun(fp, token + tokenLen, static_cast<size_t>(cbMaxToken - tokenLen), inComment));
+                    if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
+                } else {
+                    if (commentLen < COMMENT_MAX) szComment[commentLen++] = static_cast<char>(c);
+                    commentLen += static_cast<int>(TakeRun(fp, szComment + commentLen,
+                                                           static_cast<size_t>(COMMENT_MAX - commentLen), inComment));
+                    // Past the kept length the comment is only skipped.
+                    if (commentLen >= COMMENT_MAX) SkipRun(fp, inComment);
                 }
                 c = ReadMibChar(fp);
                 if (c == EOF) return endOfInput();

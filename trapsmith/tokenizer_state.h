@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <cstring>
 
 // The character that ended the last word and has not been consumed yet; the
 // next GetToken starts with it.  Always a byte value (0 to 255), never EOF:
@@ -24,5 +25,69 @@ inline void CountLine(int* pLine) {
 // One character of a MIB stream.  The compiler runs on one thread, so the
 // stream lock getc would take for every character is skipped.
 inline int ReadMibChar(FILE* fp) { return getc_unlocked(fp); }
+
+// Runs of ordinary characters are taken straight from the stream's buffer:
+// getc_unlocked hands out glibc's buffered bytes one at a time from
+// _IO_read_ptr up to _IO_read_end (a character given back by ungetc
+// included), so a loop may take several of them and move _IO_read_ptr past
+// them.  Only bytes already buffered are taken: refilling stays with
+// ReadMibChar.  Elsewhere no bytes are seen as buffered and every character
+// goes through ReadMibChar.
+struct BufferedBytes {
+    const unsigned char* begin;
+    const unsigned char* end;
+};
+inline BufferedBytes Buffered(FILE* fp) {
+#if defined(__GLIBC__)
+    return {reinterpret_cast<const unsigned char*>(fp->_IO_read_ptr),
+            reinterpret_cast<const unsigned char*>(fp->_IO_read_end)};
+#else
+    (void)fp;
+    return {nullptr, nullptr};
+#endif
+}
+inline void Consume(FILE* fp, size_t n) {
+#if defined(__GLIBC__)
+    fp->_IO_read_ptr += n;
+#else
+    (void)fp;
+    (void)n;
+#endif
+}
+
+// Consumes the buffered characters, up to `room` of them, for which keep()
+// holds and copies them to dst; returns how many.
+template <class Keep>
+inline size_t TakeRun(FILE* fp, char* dst, size_t room, Keep keep) {
+    const BufferedBytes bytes = Buffered(fp);
+    const unsigned char* end = bytes.end;
+    if (static_cast<size_t>(end - bytes.begin) > room) end = bytes.begin + room;
+    const unsigned char* q = bytes.begin;
+    while (q != end && keep(*q)) ++q;
+    const size_t n = static_cast<size_t>(q - bytes.begin);
+    if (n != 0) {
+        memcpy(dst, bytes.begin, n);
+        Consume(fp, n);
+    }
+    return n;
+}
+
+// Consumes the buffered characters for which keep() holds.
+template <class Keep>
+inline void SkipRun(FILE* fp, Keep keep) {
+    const BufferedBytes bytes = Buffered(fp);
+    const unsigned char* q = bytes.begin;
+    while (q != bytes.end && keep(*q)) ++q;
+    Consume(fp, static_cast<size_t>(q - bytes.begin));
+}
+
+// Consumes the buffered white space, counting its newlines.
+inline void SkipSpaces(FILE* fp, int* pLine) {
+    const BufferedBytes bytes = Buffered(fp);
+    const unsigned char* q = bytes.begin;
+    for (; q != bytes.end && IsMibSpace(*q); ++q)
+        if (*q == '\n') CountLine(pLine);
+    Consume(fp, static_cast<size_t>(q - bytes.begin));
+}
 
 #endif  // TRAPSMITH_TOKENIZER_STATE_H

@@ -10,8 +10,6 @@
 #include <cstring>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "mib2trap.h"
@@ -194,7 +192,7 @@ void WriteObjectType(FILE* file, const node* np) {
 
 // First record of the output queue for each label; the keys view the labels
 // of the queued records.
-using QueueIndex = std::unordered_map<std::string_view, const node*>;
+using QueueIndex = flat::FirstByName<const node*>;
 
 void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
     Put(file, np->szLabel);
@@ -208,9 +206,8 @@ void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
         // the SMIv1 trap n of that enterprise, that is of its grandparent;
         // any other notification is a trap of its parent.
         const char* szEnterprise = np->szParent;
-        auto it = firstInQueue.find(np->szParent);
-        if (it != firstInQueue.end())
-            szEnterprise = it->second->subid != 0 ? it->second->szLabel : it->second->szParent;
+        if (const node* const* first = firstInQueue.Find(np->szParent))
+            szEnterprise = (*first)->subid != 0 ? (*first)->szLabel : (*first)->szParent;
         Put(file, "\tENTERPRISE ");
         Put(file, szEnterprise);
         Put(file, '\n');
@@ -286,12 +283,15 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
         for (size_t i = 0; i < vAll.size(); ++i) AddToQueue(&vAll, &npQueue, vAll[i]);
         m_indexedAll = nullptr;
         m_indexedQueue = nullptr;
-        m_firstByLabel.clear();
-        m_queued.clear();
+        m_firstByLabel.Clear();
+        m_queued.Clear();
+        m_onChain.Clear();
 
         QueueIndex firstInQueue;
-        if (nTraps != 0)
-            for (const node* np : npQueue) firstInQueue.emplace(np->szLabel, np);
+        if (nTraps != 0) {
+            firstInQueue.Reserve(npQueue.size());
+            for (const node* np : npQueue) firstInQueue.Emplace(np->szLabel, np);
+        }
 
         for (const node* np : npQueue) {
             Put(file, '\n');
@@ -321,43 +321,47 @@ void CMib2Trap::AddToQueue(std::vector<node*>* m_vAll, std::vector<node*>* m_npQ
     if (!m_vAll || !m_npQueue || !np) return;
 
     if (m_indexedAll != m_vAll || m_indexedAllSize != m_vAll->size()) {
-        m_firstByLabel.clear();
+        m_firstByLabel.Clear();
+        m_firstByLabel.Reserve(m_vAll->size());
         for (node* cand : *m_vAll)
-            if (cand) m_firstByLabel.emplace(cand->szLabel, cand);
+            if (cand) m_firstByLabel.Emplace(cand->szLabel, cand);
         m_indexedAll = m_vAll;
         m_indexedAllSize = m_vAll->size();
     }
     // Every record queued here is in m_queued once; a queue that changed
     // behind our back no longer matches in size and is indexed afresh.
-    if (m_indexedQueue != m_npQueue || m_queued.size() != m_npQueue->size()) {
-        m_queued.clear();
-        m_queued.insert(m_npQueue->begin(), m_npQueue->end());
+    if (m_indexedQueue != m_npQueue || m_queued.Size() != m_npQueue->size()) {
+        m_queued.Clear();
+        m_queued.Reserve(m_npQueue->size());
+        for (const node* queued : *m_npQueue) m_queued.Insert(queued);
         m_indexedQueue = m_npQueue;
     }
 
-    if (m_queued.count(np)) return;
+    if (m_queued.Contains(np)) return;
 
     // Most chains are one or two records long and are searched directly; a
     // long chain gets a set, so that it cannot cost quadratic time.
     constexpr size_t kShortChain = 16;
-    std::vector<node*> chain{np};
-    std::unordered_set<const node*> onChain;
+    std::vector<node*>& chain = m_chain;
+    chain.assign(1, np);
+    m_onChain.Clear();
     auto isOnChain = [&](const node* p) {
         if (chain.size() <= kShortChain) return std::find(chain.begin(), chain.end(), p) != chain.end();
-        if (onChain.empty()) onChain.insert(chain.begin(), chain.end());
-        return onChain.count(p) != 0;
+        if (m_onChain.Empty())
+            for (const node* c : chain) m_onChain.Insert(c);
+        return m_onChain.Contains(p);
     };
     for (node* cur = np;;) {
-        auto it = m_firstByLabel.find(cur->szParent);
-        if (it == m_firstByLabel.end()) break;
-        node* parent = it->second;
-        if (m_queued.count(parent) || isOnChain(parent)) break;
+        node* const* found = m_firstByLabel.Find(cur->szParent);
+        if (found == nullptr) break;
+        node* parent = *found;
+        if (m_queued.Contains(parent) || isOnChain(parent)) break;
         chain.push_back(parent);
-        if (!onChain.empty()) onChain.insert(parent);
+        if (!m_onChain.Empty()) m_onChain.Insert(parent);
         cur = parent;
     }
     for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
         m_npQueue->push_back(*it);
-        m_queued.insert(*it);
+        m_queued.Insert(*it);
     }
 }
