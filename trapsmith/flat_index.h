@@ -5,15 +5,16 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
 #include <vector>
+
+struct node;
 
 namespace flat {
 
-inline uint64_t HashText(std::string_view text) {
+inline uint64_t HashText(const char* text) {
     uint64_t h = 1469598103934665603ull;  // FNV-1a
-    for (unsigned char c : text) {
-        h ^= c;
+    for (const unsigned char* p = reinterpret_cast<const unsigned char*>(text); *p != 0; ++p) {
+        h ^= *p;
         h *= 1099511628211ull;
     }
     return h;
@@ -27,59 +28,33 @@ inline uint64_t HashPointer(const void* p) {
     return h;
 }
 
-// Text -> value; the first value stored for a text is kept.  The texts are
-// viewed, not copied: they must outlive the table's use of them.
-template <class Value>
-class FirstByName {
+// Capacity for n entries: a power of two, at most three quarters full.
+inline size_t CapacityFor(size_t n) {
+    size_t capacity = 16;
+    while (capacity - capacity / 4 < n) capacity *= 2;
+    return capacity;
+}
+
+// Records by label: the first record stored for a label is kept.  A slot is
+// the record pointer alone; its label is the key.  The records must stay in
+// place while the table is used.
+class FirstByLabel {
 public:
     void Clear() {
         m_slots.clear();
         m_size = 0;
     }
     void Reserve(size_t n) {
-        size_t want = 16;
-        while (want < 2 * n) want *= 2;
-        if (want > m_slots.size()) Rehash(want);
+        if (CapacityFor(n) > m_slots.size()) Rehash(CapacityFor(n));
     }
-    // Stores value under text unless text is there already.
-    void Emplace(std::string_view text, Value value) {
-        if (2 * (m_size + 1) > m_slots.size()) Rehash(m_slots.empty() ? 16 : 2 * m_slots.size());
-        Slot& slot = Probe(text, HashText(text));
-        if (slot.used) return;
-        slot = Slot{text, value, true};
-        ++m_size;
-    }
-    // The value stored for text, or nullptr.
-    const Value* Find(std::string_view text) const {
-        if (m_size == 0) return nullptr;
-        const size_t mask = m_slots.size() - 1;
-        for (size_t i = HashText(text) & mask;; i = (i + 1) & mask) {
-            const Slot& slot = m_slots[i];
-            if (!slot.used) return nullptr;
-            if (slot.text == text) return &slot.value;
-        }
-    }
+    // Stores np under its label unless that label is there already.
+    void Emplace(node* np);
+    // The first record stored with this label, or nullptr.
+    node* Find(const char* szLabel) const;
 
 private:
-    struct Slot {
-        std::string_view text;
-        Value value{};
-        bool used = false;
-    };
-    Slot& Probe(std::string_view text, uint64_t hash) {
-        const size_t mask = m_slots.size() - 1;
-        for (size_t i = hash & mask;; i = (i + 1) & mask) {
-            Slot& slot = m_slots[i];
-            if (!slot.used || slot.text == text) return slot;
-        }
-    }
-    void Rehash(size_t capacity) {
-        std::vector<Slot> old(capacity);
-        old.swap(m_slots);
-        for (const Slot& slot : old)
-            if (slot.used) Probe(slot.text, HashText(slot.text)) = slot;
-    }
-    std::vector<Slot> m_slots;
+    void Rehash(size_t capacity);
+    std::vector<node*> m_slots;
     size_t m_size = 0;
 };
 
@@ -93,13 +68,11 @@ public:
     size_t Size() const { return m_size; }
     bool Empty() const { return m_size == 0; }
     void Reserve(size_t n) {
-        size_t want = 16;
-        while (want < 2 * n) want *= 2;
-        if (want > m_slots.size()) Rehash(want);
+        if (CapacityFor(n) > m_slots.size()) Rehash(CapacityFor(n));
     }
     void Insert(const void* p) {
         if (p == nullptr) return;
-        if (2 * (m_size + 1) > m_slots.size()) Rehash(m_slots.empty() ? 16 : 2 * m_slots.size());
+        if (CapacityFor(m_size + 1) > m_slots.size()) Rehash(CapacityFor(m_size + 1));
         const void*& slot = Probe(p);
         if (slot == nullptr) {
             slot = p;

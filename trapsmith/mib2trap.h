@@ -556,7 +556,7 @@ private:
     // vAll, which stay in place while their module is written.
     const std::vector<node*>* m_indexedAll = nullptr;
     size_t m_indexedAllSize = 0;
-    flat::FirstByName<node*> m_firstByLabel;
+    flat::FirstByLabel m_firstByLabel;
     const std::vector<node*>* m_indexedQueue = nullptr;
     flat::PointerSet m_queued;
     // The ancestors AddToQueue is collecting, kept from call to call so that

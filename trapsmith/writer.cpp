@@ -192,7 +192,7 @@ void WriteObjectType(FILE* file, const node* np) {
 
 // First record of the output queue for each label; the keys view the labels
 // of the queued records.
-using QueueIndex = flat::FirstByName<const node*>;
+using QueueIndex = flat::FirstByLabel;
 
 void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
     Put(file, np->szLabel);
@@ -206,8 +206,8 @@ void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
         // the SMIv1 trap n of that enterprise, that is of its grandparent;
         // any other notification is a trap of its parent.
         const char* szEnterprise = np->szParent;
-        if (const node* const* first = firstInQueue.Find(np->szParent))
-            szEnterprise = (*first)->subid != 0 ? (*first)->szLabel : (*first)->szParent;
+        if (const node* first = firstInQueue.Find(np->szParent))
+            szEnterprise = first->subid != 0 ? first->szLabel : first->szParent;
         Put(file, "\tENTERPRISE ");
         Put(file, szEnterprise);
         Put(file, '\n');
@@ -242,6 +242,45 @@ void WriteRecord(FILE* file, const node* np, const QueueIndex& firstInQueue) {
 }
 
 }  // namespace
+
+namespace flat {
+
+void FirstByLabel::Emplace(node* np) {
+    if (CapacityFor(m_size + 1) > m_slots.size()) Rehash(CapacityFor(m_size + 1));
+    const size_t mask = m_slots.size() - 1;
+    for (size_t i = HashText(np->szLabel) & mask;; i = (i + 1) & mask) {
+        node*& slot = m_slots[i];
+        if (slot == nullptr) {
+            slot = np;
+            ++m_size;
+            return;
+        }
+        if (strcmp(slot->szLabel, np->szLabel) == 0) return;
+    }
+}
+
+node* FirstByLabel::Find(const char* szLabel) const {
+    if (m_size == 0) return nullptr;
+    const size_t mask = m_slots.size() - 1;
+    for (size_t i = HashText(szLabel) & mask;; i = (i + 1) & mask) {
+        node* slot = m_slots[i];
+        if (slot == nullptr || strcmp(slot->szLabel, szLabel) == 0) return slot;
+    }
+}
+
+void FirstByLabel::Rehash(size_t capacity) {
+    std::vector<node*> old(capacity, nullptr);
+    old.swap(m_slots);
+    const size_t mask = m_slots.size() - 1;
+    for (node* np : old) {
+        if (np == nullptr) continue;
+        size_t i = HashText(np->szLabel) & mask;
+        while (m_slots[i] != nullptr) i = (i + 1) & mask;
+        m_slots[i] = np;
+    }
+}
+
+}  // namespace flat
 
 void ResetPrintMIBState() {
     objIdList.Clear();
@@ -290,7 +329,7 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
         QueueIndex firstInQueue;
         if (nTraps != 0) {
             firstInQueue.Reserve(npQueue.size());
-            for (const node* np : npQueue) firstInQueue.Emplace(np->szLabel, np);
+            for (node* np : npQueue) firstInQueue.Emplace(np);
         }
 
         for (const node* np : npQueue) {
@@ -324,7 +363,7 @@ void CMib2Trap::AddToQueue(std::vector<node*>* m_vAll, std::vector<node*>* m_npQ
         m_firstByLabel.Clear();
         m_firstByLabel.Reserve(m_vAll->size());
         for (node* cand : *m_vAll)
-            if (cand) m_firstByLabel.Emplace(cand->szLabel, cand);
+            if (cand) m_firstByLabel.Emplace(cand);
         m_indexedAll = m_vAll;
         m_indexedAllSize = m_vAll->size();
     }
@@ -352,9 +391,8 @@ void CMib2Trap::AddToQueue(std::vector<node*>* m_vAll, std::vector<node*>* m_npQ
         return m_onChain.Contains(p);
     };
     for (node* cur = np;;) {
-        node* const* found = m_firstByLabel.Find(cur->szParent);
-        if (found == nullptr) break;
-        node* parent = *found;
+        node* parent = m_firstByLabel.Find(cur->szParent);
+        if (parent == nullptr) break;
         if (m_queued.Contains(parent) || isOnChain(parent)) break;
         chain.push_back(parent);
         if (!m_onChain.Empty()) m_onChain.Insert(parent);
