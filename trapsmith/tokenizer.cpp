@@ -75,9 +75,10 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
     const uint8_t stopClasses = static_cast<uint8_t>(CH_SPACE | CH_DASH | CH_BRACE | (bCommaEnds ? CH_COMMA : 0) |
                                                      (bParensEnd ? CH_PAREN : 0));
 
-    // The word is built here and copied out at the end, so that the caller's
-    // buffer receives at most cbMaxToken - 1 characters and its terminator.
-    char token[TRAP_MAX_TOKEN + 1];
+    // The word is built in the caller's buffer, which holds cbMaxToken
+    // characters: a word that reaches that length is cut to cbMaxToken - 1
+    // characters and its terminator before anything else is written.
+    char* const token = szToken;
     int tokenLen = 0;
     char szComment[COMMENT_MAX + 1];
     int commentLen = 0;
@@ -88,7 +89,6 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
 
     auto finish = [&](int code) {
         token[tokenLen] = '\0';
-        memcpy(szToken, token, static_cast<size_t>(tokenLen) + 1);
         return code;
     };
     // TOK_EOF always leaves the empty string.
