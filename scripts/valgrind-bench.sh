@@ -2,7 +2,9 @@
 # Compiles the two large modules of ../shared/bench-mibs under valgrind's
 # memcheck and fails on any memory error and on any definite or indirect leak.
 #
-#   scripts/valgrind-bench.sh            builds the release binary first
+#   scripts/valgrind-bench.sh            builds the release binary first (with
+#                                        the shared C library, which valgrind
+#                                        needs to see every allocation)
 #   scripts/valgrind-bench.sh BINARY     checks the given binary
 #
 # Each module is compiled in a scratch folder that also holds the files of
@@ -37,7 +39,7 @@ if [ $# -eq 1 ]; then
 elif [ $# -eq 0 ]; then
   dir=${VALGRIND_BUILD_DIR:-$root/build-valgrind}
   log=$(mktemp)
-  if ! { cmake -S "$root" -B "$dir" -DTRAPSMITH_TESTS=OFF -DTRAPSMITH_BENCH=OFF &&
+  if ! { cmake -S "$root" -B "$dir" -DTRAPSMITH_TESTS=OFF -DTRAPSMITH_BENCH=OFF -DTRAPSMITH_STATIC=OFF &&
          cmake --build "$dir" -j "$(nproc)" --target trapsmith; } >"$log" 2>&1; then
     cat "$log"
     rm -f "$log"
