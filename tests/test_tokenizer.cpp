@@ -112,3 +112,60 @@ TEST(Tokenizer, StartOfMibCommentNamesTheMib) {
     Lex(g, GT_TRAPKEYWORDS);
     EXPECT_EQ(g.mib.m_szMibName, nullptr);
 }
+
+// Runs of characters are taken from the stream's buffer in one go: words,
+// comments, annotation lines, quoted texts and white space that straddle a
+// refill, or exactly fill a buffer, must read as they do from one large
+// buffer.  The same input is read through buffers of many sizes, alternating
+// the flags and reading a quoted text after every DESCRIPTION.
+TEST(Tokenizer, TheStreamBufferSizeChangesNothing) {
+    std::string text;
+    for (int i = 0; i < 12; ++i) {
+        text += "ifEntry" + std::to_string(i) + " OBJECT-TYPE\n\tSYNTAX  INTEGER { up(1), down(2) }\n";
+        text += std::string(static_cast<size_t>(i * 7), ' ') + "-- a comment - with -dashes " +
+                std::string(static_cast<size_t>(i * 150), 'c') + "\n";
+        text += "  DESCRIPTION\n      \"line one\n\t\t   line two " + std::string(static_cast<size_t>(i * 400), 'd') +
+                "\n\n   end\"\n";
+        text += "--#SUMMARY \"x-y " + std::string(static_cast<size_t>(i * 100), 's') + "\"\n--#SEVERITY MAJOR\n";
+        text += std::string(static_cast<size_t>(i * 40), 'w') + "-" + std::string(static_cast<size_t>(i * 30), 'v') +
+                " OBJECT\n   IDENTIFIER ::= { a,b(3) 4 }\n";
+    }
+    text += "END\n";
+
+    auto read = [&](size_t bufferSize) {
+        const std::string name = "tokenizer-buffer-test.txt";
+        FILE* w = fopen(name.c_str(), "wb");
+        if (w == nullptr) return std::string("<cannot write>");
+        fwrite(text.data(), 1, text.size(), w);
+        fclose(w);
+        std::vector<char> buffer(bufferSize);
+        MibFixture f;
+        fclose(f.mib.m_pInFile);
+        f.mib.m_pInFile = fopen(name.c_str(), "rb");
+        if (bufferSize != 0) setvbuf(f.mib.m_pInFile, buffer.data(), _IOFBF, bufferSize);
+        const int flags[] = {0, GT_COMMA | GT_PARENS, GT_TRAPKEYWORDS, GT_OBJECT};
+        std::string out, word, printed;
+        CAPTURE_STDOUT(printed, {
+            for (int n = 0;; ++n) {
+                const int code = f.Next(&word, flags[n % 4]);
+                if (code == TOK_EOF) break;
+                out += std::to_string(code) + ":" + word + "@" + std::to_string(f.mib.m_nLine) + " ";
+                if (code == TOK_DESCRIPTION) {
+                    char buf[TRAP_TOKEN_BUF];
+                    const char* quoted = f.mib.GetQuotedText(f.mib.m_pInFile, buf);
+                    out += std::string("\"") + (quoted ? quoted : "null") + "\"@" +
+                           std::to_string(f.mib.m_nLine) + " ";
+                }
+            }
+        });
+        fclose(f.mib.m_pInFile);
+        f.mib.m_pInFile = nullptr;
+        remove(name.c_str());
+        return out + printed;
+    };
+
+    const std::string expected = read(0);
+    EXPECT_NE(expected.find("\"line one\nline two d"), std::string::npos);
+    for (size_t size : {1, 2, 3, 5, 15, 16, 17, 31, 64, 100, 1000, 4096})
+        EXPECT_EQ(read(size), expected) << "buffer of " << size << " bytes";
+}

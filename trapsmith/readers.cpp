@@ -74,9 +74,8 @@ char* CMib2Trap::GetQuotedText(FILE* pFile, char* szToken) {
         // One blank stands for the character that ended the first word.
         ConsumePushBack(&m_nLine);
         text[len++] = ' ';
-        auto inLine = [](unsigned char b) { return b != '"' && b != '\n'; };
         for (;;) {
-            len += TakeRun(pFile, text + len, QUOTED_MAX - len, inLine);
+            len += TakeUntil(pFile, text + len, QUOTED_MAX - len, '"', '\n');
             const int c = ReadMibChar(pFile);
             if (c == '"') break;
             if (c == EOF) {

@@ -147,20 +147,19 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
         } else if (dashcnt == -2) {
             // The text of a comment: part of the word in annotation mode,
             // kept for the " START OF MIB:" check otherwise.
-            auto inComment = [](unsigned char b) { return b != '-' && b != '\n'; };
-            while (inComment(static_cast<unsigned char>(c))) {
+            while (c != '-' && c != '\n') {
                 if (bTrapKeywords) {
                     token[tokenLen++] = static_cast<char>(c);
                     if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
                     tokenLen += static_cast<int>(
-                        TakeRun(fp, token + tokenLen, static_cast<size_t>(cbMaxToken - tokenLen), inComment));
+                        TakeUntil(fp, token + tokenLen, static_cast<size_t>(cbMaxToken - tokenLen), '-', '\n'));
                     if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
                 } else {
                     if (commentLen < COMMENT_MAX) szComment[commentLen++] = static_cast<char>(c);
-                    commentLen += static_cast<int>(TakeRun(fp, szComment + commentLen,
-                                                           static_cast<size_t>(COMMENT_MAX - commentLen), inComment));
+                    commentLen += static_cast<int>(
+                        TakeUntil(fp, szComment + commentLen, static_cast<size_t>(COMMENT_MAX - commentLen), '-', '\n'));
                     // Past the kept length the comment is only skipped.
-                    if (commentLen >= COMMENT_MAX) SkipRun(fp, inComment);
+                    if (commentLen >= COMMENT_MAX) SkipUntil(fp, '-', '\n');
                 }
                 c = ReadMibChar(fp);
                 if (c == EOF) return endOfInput();

@@ -6,6 +6,9 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 // The character that ended the last word and has not been consumed yet; the
 // next GetToken starts with it.  Always a byte value (0 to 255), never EOF:
@@ -81,12 +84,66 @@ inline void SkipRun(FILE* fp, Keep keep) {
     Consume(fp, static_cast<size_t>(q - bytes.begin));
 }
 
-// Consumes the buffered white space, counting its newlines.
+// The first of p .. end-1 that is a or b, or end; sixteen bytes at a time
+// where the processor allows.
+inline const unsigned char* FindEither(const unsigned char* p, const unsigned char* end, unsigned char a,
+                                       unsigned char b) {
+#if defined(__SSE2__)
+    const __m128i va = _mm_set1_epi8(static_cast<char>(a));
+    const __m128i vb = _mm_set1_epi8(static_cast<char>(b));
+    while (end - p >= 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb)));
+        if (mask != 0) return p + __builtin_ctz(static_cast<unsigned>(mask));
+        p += 16;
+    }
+#endif
+    while (p != end && *p != a && *p != b) ++p;
+    return p;
+}
+
+// Consumes the buffered characters up to the next a or b, at most `room` of
+// them, and copies them to dst; returns how many.
+inline size_t TakeUntil(FILE* fp, char* dst, size_t room, unsigned char a, unsigned char b) {
+    const BufferedBytes bytes = Buffered(fp);
+    const unsigned char* end = bytes.end;
+    if (static_cast<size_t>(end - bytes.begin) > room) end = bytes.begin + room;
+    const size_t n = static_cast<size_t>(FindEither(bytes.begin, end, a, b) - bytes.begin);
+    if (n != 0) {
+        memcpy(dst, bytes.begin, n);
+        Consume(fp, n);
+    }
+    return n;
+}
+
+// Consumes the buffered characters up to the next a or b.
+inline void SkipUntil(FILE* fp, unsigned char a, unsigned char b) {
+    const BufferedBytes bytes = Buffered(fp);
+    Consume(fp, static_cast<size_t>(FindEither(bytes.begin, bytes.end, a, b) - bytes.begin));
+}
+
+// Consumes the buffered white space, counting its newlines; runs of blanks
+// go sixteen at a time where the processor allows.
 inline void SkipSpaces(FILE* fp, int* pLine) {
     const BufferedBytes bytes = Buffered(fp);
     const unsigned char* q = bytes.begin;
-    for (; q != bytes.end && IsMibSpace(*q); ++q)
+    for (;;) {
+#if defined(__SSE2__)
+        const __m128i blank = _mm_set1_epi8(' ');
+        while (bytes.end - q >= 16) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q));
+            const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, blank)));
+            if (mask != 0xFFFFu) {
+                q += __builtin_ctz(~mask);
+                break;
+            }
+            q += 16;
+        }
+#endif
+        if (q == bytes.end || !IsMibSpace(*q)) break;
         if (*q == '\n') CountLine(pLine);
+        ++q;
+    }
     Consume(fp, static_cast<size_t>(q - bytes.begin));
 }
 
