@@ -72,7 +72,7 @@ public:
     }
     void Insert(const void* p) {
         if (p == nullptr) return;
-        if (CapacityFor(m_size + 1) > m_slots.size()) Rehash(CapacityFor(m_size + 1));
+        if (m_size + 1 > m_slots.size() - m_slots.size() / 4) Rehash(CapacityFor(m_size + 1));
         const void*& slot = Probe(p);
         if (slot == nullptr) {
             slot = p;

@@ -104,12 +104,14 @@ std::string WriteSyntax(FILE* file, const node* np) {
     case TOK_OPAQUE: fputs("Opaque\n", file); break;
     case TOK_SEQUENCE:
         fputs("SEQUENCE {\n", file);
-        for (const tagBracedList* b = np->sequence; b; b = b->pNext)
-            fprintf(file, b == np->sequence ? "\t%s" : ",\n\t%s", Text(b->szString));
+        for (const tagBracedList* b = np->sequence; b; b = b->pNext) {
+            Put(file, b == np->sequence ? "\t" : ",\n\t");
+            Put(file, Text(b->szString));
+        }
         fputs("\n\t}\n", file);
         break;
     case TOK_OF:
-        fprintf(file, "%s\n", Text(np->szUserDef));
+        WriteNamed(file, Text(np->szUserDef), nullptr);
         break;
     case TOK_DISPLAYSTRING:
         WriteNamed(file, "DisplayString", np->szSubtype);
@@ -129,7 +131,7 @@ std::string WriteSyntax(FILE* file, const node* np) {
         else
             // A syntax without a type name of its own (SYNTAX NULL) is
             // written as its keyword.
-            fprintf(file, "%s\n", np->szUserDef ? np->szUserDef : KeywordOfCode(code));
+            WriteNamed(file, np->szUserDef ? np->szUserDef : KeywordOfCode(code), nullptr);
         break;
     }
     return index;
@@ -183,9 +185,12 @@ void WriteObjectType(FILE* file, const node* np) {
     // object's own label.
     const node* seq = np->userDefinedSequence;
     if (seq && seq->sequence) {
-        fprintf(file, "%s ::=\n\tSEQUENCE {\n", np->szLabel);
-        for (const tagBracedList* b = seq->sequence; b; b = b->pNext)
-            fprintf(file, b == seq->sequence ? "\t\t%s" : ",\n\t\t%s", Text(b->szString));
+        Put(file, np->szLabel);
+        Put(file, " ::=\n\tSEQUENCE {\n");
+        for (const tagBracedList* b = seq->sequence; b; b = b->pNext) {
+            Put(file, b == seq->sequence ? "\t\t" : ",\n\t\t");
+            Put(file, Text(b->szString));
+        }
         fputs("\n\t\t}\n", file);
     }
 }
@@ -214,8 +219,10 @@ void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
     }
     const MibTokenList* vars = np->augment_name;
     if (vars && vars->forw && vars->forw != vars) {
-        for (const MibTokenList* e = vars->forw; e && e != vars; e = e->forw)
-            fprintf(file, e == vars->forw ? "\tVARIABLES { %s" : ", %s", Text(e->szToken));
+        for (const MibTokenList* e = vars->forw; e && e != vars; e = e->forw) {
+            Put(file, e == vars->forw ? "\tVARIABLES { " : ", ");
+            Put(file, Text(e->szToken));
+        }
         fputs(" }\n", file);
     }
     for (const keyword* kp = np->keyword; kp; kp = kp->next) {
@@ -246,7 +253,7 @@ void WriteRecord(FILE* file, const node* np, const QueueIndex& firstInQueue) {
 namespace flat {
 
 void FirstByLabel::Emplace(node* np) {
-    if (CapacityFor(m_size + 1) > m_slots.size()) Rehash(CapacityFor(m_size + 1));
+    if (m_size + 1 > m_slots.size() - m_slots.size() / 4) Rehash(CapacityFor(m_size + 1));
     const size_t mask = m_slots.size() - 1;
     for (size_t i = HashText(np->szLabel) & mask;; i = (i + 1) & mask) {
         node*& slot = m_slots[i];
