@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 struct node;
@@ -101,6 +102,53 @@ private:
             if (p != nullptr) Probe(p) = p;
     }
     std::vector<const void*> m_slots;
+    size_t m_size = 0;
+};
+
+// A set of texts, viewed not copied: each text must stay in place while it
+// is in the set.  Beside each slot a tag byte of the text's hash spares most
+// text comparisons.
+class TextSet {
+public:
+    void Clear() {
+        m_slots.clear();
+        m_tags.clear();
+        m_size = 0;
+    }
+    bool Contains(const char* text, uint64_t hash) const {
+        if (m_size == 0) return false;
+        const uint8_t tag = Tag(hash);
+        const size_t mask = m_slots.size() - 1;
+        for (size_t i = hash & mask; m_tags[i] != 0; i = (i + 1) & mask)
+            if (m_tags[i] == tag && std::strcmp(m_slots[i], text) == 0) return true;
+        return false;
+    }
+    // Adds a text that is not in the set.
+    void InsertNew(const char* text, uint64_t hash) {
+        if (m_size + 1 > m_slots.size() - m_slots.size() / 4) Rehash(CapacityFor(m_size + 1));
+        Place(text, hash);
+        ++m_size;
+    }
+
+private:
+    static uint8_t Tag(uint64_t hash) { return static_cast<uint8_t>((hash >> 56) | 1u); }
+    void Place(const char* text, uint64_t hash) {
+        const size_t mask = m_slots.size() - 1;
+        size_t i = hash & mask;
+        while (m_tags[i] != 0) i = (i + 1) & mask;
+        m_slots[i] = text;
+        m_tags[i] = Tag(hash);
+    }
+    void Rehash(size_t capacity) {
+        std::vector<const char*> slots(capacity, nullptr);
+        std::vector<uint8_t> tags(capacity, 0);
+        slots.swap(m_slots);
+        tags.swap(m_tags);
+        for (size_t i = 0; i < slots.size(); ++i)
+            if (tags[i] != 0) Place(slots[i], HashText(slots[i]));
+    }
+    std::vector<const char*> m_slots;
+    std::vector<uint8_t> m_tags;
     size_t m_size = 0;
 };
 

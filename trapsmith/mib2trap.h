@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -384,13 +385,23 @@ void ReleaseOidLabels(subid* oider, int count);
 // with a set beside it that answers membership in constant time.
 struct WrittenNames {
     MibTokenList* list = nullptr;
-    std::unordered_set<std::string> index;
 
-    bool Contains(const char* szName) const { return index.count(szName) != 0; }
+    bool Contains(const char* szName) const { return m_index.Contains(szName, flat::HashText(szName)); }
     // Appends a copy of the name; false, changing nothing, when it is there.
     bool Add(const char* szName);
     // Frees every element and empties the set.
     void Clear();
+
+private:
+    // Storage for n bytes, aligned for a list element, from blocks released
+    // together by Clear: one list element and one name copy per written name
+    // would otherwise cost two allocations each.
+    void* Take(size_t n);
+
+    flat::TextSet m_index;  // views the names' copies
+    std::vector<std::unique_ptr<char[]>> m_blocks;
+    char* m_cur = nullptr;
+    size_t m_left = 0;
 };
 
 // The per-subsystem parts of ResetProcessState.

@@ -5,6 +5,7 @@
 // records are made in the parse's arena (RecordTokenList).
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "mib2trap.h"
 
@@ -69,12 +70,31 @@ void CMib2Trap::FreeObjDefnOnTokenList(MibTokenList* tlh) {
     for (MibTokenList* elem = tlh->forw; elem != tlh; elem = elem->forw) elem->szToken = nullptr;
 }
 
+void* WrittenNames::Take(size_t n) {
+    constexpr size_t kAlign = alignof(MibTokenList);
+    constexpr size_t kBlock = 64 * 1024;
+    n = (n + kAlign - 1) / kAlign * kAlign;
+    if (n > m_left) {
+        const size_t size = n > kBlock ? n : kBlock;
+        m_blocks.emplace_back(new char[size]);
+        m_cur = m_blocks.back().get();
+        m_left = size;
+    }
+    void* p = m_cur;
+    m_cur += n;
+    m_left -= n;
+    return p;
+}
+
 bool WrittenNames::Add(const char* szName) {
-    if (!index.insert(szName).second) return false;
+    const uint64_t hash = flat::HashText(szName);
+    if (m_index.Contains(szName, hash)) return false;
     const size_t n = std::strlen(szName);
-    char* copy = new char[n + 1];
+    MibTokenList* elem = new (Take(sizeof(MibTokenList))) MibTokenList{nullptr, nullptr, nullptr};
+    char* copy = static_cast<char*>(Take(n + 1));
     std::memcpy(copy, szName, n + 1);
-    MibTokenList* elem = new MibTokenList{nullptr, nullptr, copy};
+    elem->szToken = copy;
+    m_index.InsertNew(copy, hash);
     if (!list) {
         elem->forw = elem->back = elem;
         list = elem;
@@ -89,15 +109,9 @@ bool WrittenNames::Add(const char* szName) {
 }
 
 void WrittenNames::Clear() {
-    if (list) {
-        MibTokenList* e = list;
-        do {
-            MibTokenList* next = e->forw;
-            delete[] e->szToken;
-            delete e;
-            e = next;
-        } while (e != list);
-        list = nullptr;
-    }
-    index.clear();
+    list = nullptr;
+    m_index.Clear();
+    m_blocks.clear();
+    m_cur = nullptr;
+    m_left = 0;
 }
