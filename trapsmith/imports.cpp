@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "mib2trap.h"
+#include "smitext.h"
 
 namespace {
 
@@ -47,6 +48,9 @@ const FixedRegistration kFixed[] = {
 };
 
 const FixedRegistration* FindFixed(const char* szLabel) {
+    // Every fixed label starts with m, t or s: most labels are told apart
+    // by their first character.
+    if (szLabel[0] != 'm' && szLabel[0] != 't' && szLabel[0] != 's') return nullptr;
     for (const FixedRegistration& f : kFixed)
         if (std::strcmp(szLabel, f.szLabel) == 0) return &f;
     return nullptr;
@@ -89,9 +93,15 @@ void NameValueList::dump(FILE* file) {
     NameValueList* rec = back;
     for (;;) {
         const char* szName = rec->szName ? rec->szName : "";
-        if (objIdList.Add(szName))
-            fprintf(file, "\n%s OBJECT IDENTIFIER ::= { %s %d }", szName,
-                    rec->szParent ? rec->szParent : "", rec->subid);
+        if (objIdList.Add(szName)) {
+            smitext::Put(file, "\n");
+            smitext::Put(file, szName);
+            smitext::Put(file, " OBJECT IDENTIFIER ::= { ");
+            smitext::Put(file, rec->szParent ? rec->szParent : "");
+            smitext::Put(file, ' ');
+            smitext::PutInt(file, rec->subid);
+            smitext::Put(file, " }");
+        }
         if (rec == this) break;
         rec = rec->back;
     }
