@@ -87,3 +87,80 @@ TEST_F(Imports, ModuleFileNamesUpTo255Characters) {
 }
 
 }  // namespace
+
+namespace {
+
+// Compiles MAIN-MIB.mib and resolves its imports as the driver does, one
+// compiler object per FROM clause; returns, per clause, what was printed and
+// the trace file of the imported module, then the ".imports" text.
+std::vector<std::string> ResolveAll(bool reuse) {
+    ResetProcessState();
+    SetImportReuse(reuse);
+    std::vector<std::string> seen;
+    {
+        CMib2Trap main;
+        EXPECT_TRUE(main.Initialize("MAIN-MIB", "MAIN-MIB.int", 1));
+        EXPECT_TRUE(main.CompileMIB("MAIN-MIB.mib", 1));
+    }
+    FILE* imports = fopen("MAIN-MIB.imports", "w");
+    for (importFilesList* entry = importFiles; entry; entry = entry->next) {
+        std::string out;
+        CMib2Trap mib;
+        CAPTURE_STDOUT(out, {
+            EXPECT_TRUE(mib.Initialize(entry->szLabel, nullptr, 2));
+            EXPECT_TRUE(mib.ProcessImports(entry, imports));
+        });
+        fflush(mib.m_pTrapFile);
+        seen.push_back(out + "|" + Slurp(std::string(entry->szLabel) + ".dbg"));
+    }
+    fclose(imports);
+    seen.push_back(Slurp("MAIN-MIB.imports"));
+    seen.push_back(std::to_string(ImportsReused()));
+    SetImportReuse(true);
+    return seen;
+}
+
+}  // namespace
+
+class ImportReuseTest : public ScratchTest {};
+
+// A module named by several FROM clauses is parsed once when its parse printed
+// nothing: the later clauses write the same registrations, the same trace
+// records and no type again.  A module whose parse printed a message is
+// parsed every time.
+TEST_F(ImportReuseTest, RepeatedModulesGiveWhatParsingThemAgainGives) {
+    Spit("A-MIB.mib",
+         "A-MIB DEFINITIONS ::= BEGIN\n"
+         "IMPORTS enterprises FROM RFC1155-SMI;\n"
+         "acme OBJECT IDENTIFIER ::= { enterprises 9 }\n"
+         "Level ::= INTEGER { low(1), high(2) }\n"
+         "Name ::= TEXTUAL-CONVENTION STATUS current DESCRIPTION \"n\" SYNTAX OCTET STRING (SIZE(0..8))\n"
+         "acmeObjs OBJECT IDENTIFIER ::= { acme 1 }\n"
+         "acmeLevel OBJECT-TYPE SYNTAX Level ACCESS read-only STATUS mandatory\n"
+         "  DESCRIPTION \"the level\n     of things\" ::= { acmeObjs 1 }\n"
+         "acmeDeep OBJECT IDENTIFIER ::= { acmeObjs 2 }\n"
+         "END\n");
+    // The over-long word makes its parse print a warning.
+    Spit("B-MIB.mib", "B-MIB DEFINITIONS ::= BEGIN\nbeta OBJECT IDENTIFIER ::= { acme 2 }\n-- x\n" +
+                          std::string(300, 'w') + " OBJECT IDENTIFIER ::= { beta 1 }\nEND\n");
+    Spit("MAIN-MIB.mib",
+         "MAIN-MIB DEFINITIONS ::= BEGIN\n"
+         "IMPORTS acmeLevel FROM A-MIB beta FROM B-MIB acmeDeep, Name FROM A-MIB\n"
+         "        beta FROM B-MIB acmeObjs, acme FROM A-MIB;\n"
+         "m OBJECT IDENTIFIER ::= { acme 7 }\n"
+         "END\n");
+    const std::vector<std::string> parsed = ResolveAll(false);
+    const std::vector<std::string> reused = ResolveAll(true);
+    ASSERT_EQ(parsed.size(), 7u);
+    EXPECT_EQ(parsed.back(), "0");
+    EXPECT_EQ(reused.back(), "2");  // the second and third A-MIB clauses
+    for (size_t i = 0; i + 1 < parsed.size(); ++i) EXPECT_EQ(reused[i], parsed[i]) << "entry " << i;
+    // Every clause wrote a trace of the whole module, the first A-MIB clause
+    // wrote the types and B-MIB warned twice.
+    EXPECT_EQ(parsed[0].substr(parsed[0].find('|')), parsed[4].substr(parsed[4].find('|')));
+    EXPECT_NE(parsed[0].find("#-START_OBJECTNAME: acmeLevel"), std::string::npos);
+    EXPECT_NE(parsed[1].find("Warning: token longer"), std::string::npos);
+    EXPECT_NE(parsed[3].find("Warning: token longer"), std::string::npos);
+    EXPECT_NE(parsed[5].find("Level ::="), std::string::npos);
+    EXPECT_EQ(parsed[5].find("Level ::="), parsed[5].rfind("Level ::="));
+}

@@ -1,15 +1,20 @@
 // Import resolution: compiles the module an IMPORTS ... FROM clause names and
 // writes, into the ".imports" file, its user types and the OBJECT IDENTIFIER
 // registrations of the imported labels with the chains of their ancestors.
+#include <sys/stat.h>
+
 #include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "mib2trap.h"
 #include "smitext.h"
+#include "tokenizer_state.h"
 
 namespace {
 
@@ -21,6 +26,66 @@ WrittenNames objIdList;
 // Module lists of the imported files; the registrations written refer to
 // their labels while they are resolved, and they are kept for the run.
 std::vector<ModListNode*> importedModules;
+
+// A module named by several FROM clauses is parsed once.  Parsing the same
+// file again gives the same module list, the same trace records and, once
+// its types have been written, no further type: so when the first parse
+// printed no message, later imports of the module reuse its list and write
+// the trace records it wrote.  Only modules still to be imported again are
+// kept, and each entry goes with the module's last import.
+struct ReusableImport {
+    std::string fileName;   // the file the module was read from
+    dev_t device = 0;       // and its identity then, so that a file changed
+    ino_t inode = 0;        // in the meantime is parsed again
+    off_t size = 0;
+    struct timespec modified {};
+    ModListNode* mods = nullptr;  // kept in importedModules
+    std::string trace;            // the trace records of the parse
+    int nLineAfter = 0;           // line counter and push-back after it
+    int chLastAfter = ' ';
+};
+
+struct ImportReuse {
+    const importFilesList* countedFor = nullptr;  // importFiles when counted
+    std::unordered_map<std::string, int> importsLeft;  // per module name
+    std::unordered_map<std::string, ReusableImport> kept;
+    bool enabled = true;
+    size_t reused = 0;  // imports that reused a kept parse
+};
+ImportReuse importReuse;
+
+bool SameFile(const ReusableImport& r, const std::string& fileName, const struct stat& st) {
+    return r.fileName == fileName && r.device == st.st_dev && r.inode == st.st_ino && r.size == st.st_size &&
+           r.modified.tv_sec == st.st_mtim.tv_sec && r.modified.tv_nsec == st.st_mtim.tv_nsec;
+}
+
+// Counts this import of the module; true when a later FROM clause of the
+// main module names it again.
+bool ImportedAgain(const std::string& szModule) {
+    if (importReuse.countedFor != importFiles) {
+        importReuse.countedFor = importFiles;
+        importReuse.importsLeft.clear();
+        importReuse.kept.clear();
+        for (const importFilesList* e = importFiles; e; e = e->next)
+            if (e->szLabel) ++importReuse.importsLeft[e->szLabel];
+    }
+    auto left = importReuse.importsLeft.find(szModule);
+    if (left == importReuse.importsLeft.end() || left->second <= 0) return false;
+    return --left->second > 0;
+}
+
+}  // namespace
+
+// Whether a module named by several FROM clauses is parsed only once; on by
+// default.  Tests turn it off to compare with parsing every time.
+void SetImportReuse(bool enabled) {
+    importReuse.enabled = enabled;
+    importReuse.kept.clear();
+}
+
+size_t ImportsReused() { return importReuse.reused; }
+
+namespace {
 
 // Labels every reader of the output knows; they are never registered.
 bool IsRootLabel(const char* szLabel) {
@@ -68,6 +133,10 @@ std::string Lower(std::string s) {
 
 void ResetImportWriterState() {
     objIdList.Clear();
+    importReuse.reused = 0;
+    importReuse.countedFor = nullptr;
+    importReuse.importsLeft.clear();
+    importReuse.kept.clear();
     for (ModListNode* mod : importedModules) CMib2Trap::FreeModList(mod);
     importedModules.clear();
 }
@@ -153,12 +222,62 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     }
     printf("\nProcessing import file: %s", opened->c_str());
 
-    ModListNode* mods = Parse(2);
-    CloseStream(m_pInFile);
+    const bool importedAgain = ImportedAgain(szModule) && importReuse.enabled;
+    struct stat st;
+    const bool identified = fstat(fileno(m_pInFile), &st) == 0;
+    ModListNode* mods = nullptr;
+    auto kept = importReuse.kept.find(szModule);
+    if (kept != importReuse.kept.end() && identified && SameFile(kept->second, *opened, st)) {
+        // Parsed before: the same records, and the trace the parse wrote.
+        // Its types were all written then, so none is written now.
+        const ReusableImport& r = kept->second;
+        CloseStream(m_pInFile);
+        if (m_pTrapFile) fwrite(r.trace.data(), 1, r.trace.size(), m_pTrapFile);
+        m_nLine = r.nLineAfter;
+        chLast = r.chLastAfter;
+        mods = r.mods;
+        ++importReuse.reused;
+        if (!importedAgain) importReuse.kept.erase(kept);
+    } else {
+        // A module that will be imported again has its trace records caught
+        // in memory, so that they can be written again; they go to the
+        // trace file as soon as the parse is over.
+        char* traceBytes = nullptr;
+        size_t traceSize = 0;
+        FILE* traceFile = m_pTrapFile;
+        FILE* capture = (importedAgain && identified && traceFile) ? open_memstream(&traceBytes, &traceSize) : nullptr;
+        if (capture) m_pTrapFile = capture;
+        const unsigned messagesBefore = m_nMessages;
 
-    PrintUserTypes(file);
+        mods = Parse(2);
+        CloseStream(m_pInFile);
 
-    if (mods) importedModules.push_back(mods);
+        if (capture) {
+            m_pTrapFile = traceFile;
+            const bool captured = fclose(capture) == 0 && (traceBytes != nullptr || traceSize == 0);
+            if (traceBytes) fwrite(traceBytes, 1, traceSize, traceFile);
+            if (captured && mods && m_nMessages == messagesBefore) {
+                ReusableImport& r = importReuse.kept[szModule];
+                r.fileName = *opened;
+                r.device = st.st_dev;
+                r.inode = st.st_ino;
+                r.size = st.st_size;
+                r.modified = st.st_mtim;
+                r.mods = mods;
+                r.trace.assign(traceBytes ? traceBytes : "", traceSize);
+                r.nLineAfter = m_nLine;
+                r.chLastAfter = chLast;
+            } else {
+                importReuse.kept.erase(szModule);
+            }
+            free(traceBytes);
+        } else {
+            importReuse.kept.erase(szModule);
+        }
+        PrintUserTypes(file);
+        if (mods) importedModules.push_back(mods);
+    }
+
     for (ModListNode* mod = mods; mod; mod = mod->next_mod) {
         // The lookup state of ResolveParent belongs to one module.
         m_resolveRoot = nullptr;

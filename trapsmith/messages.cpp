@@ -36,6 +36,7 @@ char* CMib2Trap::LoadString(unsigned int ID) {
 // Prints "\nLine: <m_nLine>: " and message nID formatted with the further
 // arguments; no line end follows.  An id outside the catalog prints nothing.
 void CMib2Trap::DisplayMsg(unsigned int nID, ...) {
+    ++m_nMessages;
     char* szText = LoadString(nID);
     if (!szText) return;
 

@@ -410,6 +410,11 @@ void ResetImportFiles();
 void ResetPrintMIBState();
 void ResetUserTypeWriterState();
 void ResetImportWriterState();
+// Whether a module named by several FROM clauses is parsed only once (on by
+// default); tests turn it off to compare with parsing it every time.
+void SetImportReuse(bool enabled);
+// How many imports reused an earlier parse since the state was last reset.
+size_t ImportsReused();
 
 // ---------------------------------------------------------------------------
 // The compiler object.
@@ -442,6 +447,9 @@ public:
 
     // The records of the parse under way.
     RecordArena m_arena;
+
+    // Catalog messages printed by this object so far.
+    unsigned m_nMessages = 0;
 
     // Index beside m_pUserTypeList (name -> record), so that type lookups do
     // not walk the list.  Kept in step by AppendUserTypeOnTokenList and
