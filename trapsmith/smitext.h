@@ -20,8 +20,25 @@ namespace smitext {
 inline void Put(FILE* file, const char* text, size_t len) {
 #if defined(__GLIBC__)
     if (len != 0 && static_cast<size_t>(file->_IO_write_end - file->_IO_write_ptr) >= len) {
-        memcpy(file->_IO_write_ptr, text, len);
-        file->_IO_write_ptr += len;
+        char* const out = file->_IO_write_ptr;
+        if (len <= 16) {
+            // Most pieces are a few characters: two overlapping fixed-size
+            // moves copy them without a call.
+            if (len >= 8) {
+                memcpy(out, text, 8);
+                memcpy(out + len - 8, text + len - 8, 8);
+            } else if (len >= 4) {
+                memcpy(out, text, 4);
+                memcpy(out + len - 4, text + len - 4, 4);
+            } else {
+                out[0] = text[0];
+                out[len / 2] = text[len / 2];
+                out[len - 1] = text[len - 1];
+            }
+        } else {
+            memcpy(out, text, len);
+        }
+        file->_IO_write_ptr = out + len;
         return;
     }
 #endif

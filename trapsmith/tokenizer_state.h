@@ -65,13 +65,11 @@ inline size_t TakeRun(FILE* fp, char* dst, size_t room, Keep keep) {
     const BufferedBytes bytes = Buffered(fp);
     const unsigned char* end = bytes.end;
     if (static_cast<size_t>(end - bytes.begin) > room) end = bytes.begin + room;
+    // Copied as they are scanned: the runs are short.
     const unsigned char* q = bytes.begin;
-    while (q != end && keep(*q)) ++q;
+    while (q != end && keep(*q)) *dst++ = static_cast<char>(*q++);
     const size_t n = static_cast<size_t>(q - bytes.begin);
-    if (n != 0) {
-        memcpy(dst, bytes.begin, n);
-        Consume(fp, n);
-    }
+    Consume(fp, n);
     return n;
 }
 
