@@ -6,6 +6,8 @@
 // intermediate file; 2 parses an imported module and writes trace records
 // only; 3 writes like mode 1 with a "#-MIBFILE" line ahead of the
 // definitions, and a failed parse does not fail the compile.
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -36,9 +38,16 @@ std::vector<std::pair<FILE*, char*>> streamBuffers;
 FILE* OpenStream(const char* szName, const char* szMode) {
     FILE* f = fopen(szName, szMode);
     if (f == nullptr) return nullptr;
-    char* buffer = static_cast<char*>(malloc(kStreamBuffer));
+    // A file read whole needs no buffer larger than itself (most imported
+    // modules are a few kilobytes).
+    size_t size = kStreamBuffer;
+    struct stat st;
+    if (szMode[0] == 'r' && fstat(fileno(f), &st) == 0 && S_ISREG(st.st_mode) && st.st_size >= 0 &&
+        static_cast<uint64_t>(st.st_size) < kStreamBuffer)
+        size = (static_cast<size_t>(st.st_size) / 4096 + 1) * 4096;
+    char* buffer = static_cast<char*>(malloc(size));
     // Without a buffer of its own the stream keeps the default one.
-    if (buffer != nullptr && setvbuf(f, buffer, _IOFBF, kStreamBuffer) == 0)
+    if (buffer != nullptr && setvbuf(f, buffer, _IOFBF, size) == 0)
         streamBuffers.emplace_back(f, buffer);
     else
         free(buffer);
