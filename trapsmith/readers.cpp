@@ -38,12 +38,41 @@ bool SkipToQuote(FILE* fp, int* pLine) {
     }
 }
 
-tagBracedList* NewItem(CMib2Trap& mib, const std::string& text) {
+tagBracedList* NewItem(CMib2Trap& mib, const char* text, size_t len) {
     tagBracedList* item = static_cast<tagBracedList*>(mib.AllocRecord(sizeof(tagBracedList)));
     if (item == nullptr) return nullptr;
-    item->szString = mib.CopyRecordText(text.data(), text.size());
+    item->szString = mib.CopyRecordText(text, len);
     return item->szString ? item : nullptr;
 }
+
+// The text of a list item, built in place: a quoted item of ITEM_MAX
+// characters, a blank and a second word fit; anything longer, which the
+// reader never builds, would be cut.
+class ItemText {
+public:
+    void Assign(const char* text) {
+        m_len = 0;
+        Append(text);
+    }
+    void Append(const char* text) {
+        const size_t room = sizeof m_text - 1 - m_len;
+        const size_t n = strnlen(text, room);
+        memcpy(m_text + m_len, text, n);
+        m_len += n;
+    }
+    void Push(char c) {
+        if (m_len < sizeof m_text - 1) m_text[m_len++] = c;
+    }
+    void PopBack() { --m_len; }
+    bool Empty() const { return m_len == 0; }
+    char Back() const { return m_text[m_len - 1]; }
+    size_t Size() const { return m_len; }
+    const char* Data() const { return m_text; }
+
+private:
+    char m_text[ITEM_MAX + 1 + TRAP_TOKEN_BUF + 1];
+    size_t m_len = 0;
+};
 
 }  // namespace
 
@@ -136,7 +165,7 @@ tagBracedList* CMib2Trap::GetBracedList(FILE* pFile, int flag, int* type, char* 
                 --depth;
         }
         *type = GetToken(pFile, szToken, flag);
-        return NewItem(*this, std::string());
+        return NewItem(*this, "", 0);
     }
 
     const bool bSequence = (*type == TOK_SEQUENCE);
@@ -167,24 +196,24 @@ tagBracedList* CMib2Trap::GetBracedList(FILE* pFile, int flag, int* type, char* 
             return fail();
         }
 
-        std::string item;
+        ItemText item;
         if (szToken[0] == '"') {
             // A quoted item runs over further words up to the one that ends
             // with the closing quote.
-            item = szToken + 1;
-            while (item.empty() || item.back() != '"') {
+            item.Assign(szToken + 1);
+            while (item.Empty() || item.Back() != '"') {
                 code = GetToken(pFile, szToken, 0);
                 if (code == TOK_EOF) break;
-                if (item.size() + 1 + strlen(szToken) > ITEM_MAX) {
+                if (item.Size() + 1 + strlen(szToken) > ITEM_MAX) {
                     DisplayMsg(128, szToken);
                     return fail();
                 }
-                item += ' ';
-                item += szToken;
+                item.Push(' ');
+                item.Append(szToken);
             }
-            if (!item.empty()) item.pop_back();
+            if (!item.Empty()) item.PopBack();
         } else {
-            item = szToken;
+            item.Assign(szToken);
         }
 
         const bool bImplied = strcmp(szToken, "IMPLIED") == 0;
@@ -207,19 +236,19 @@ tagBracedList* CMib2Trap::GetBracedList(FILE* pFile, int flag, int* type, char* 
         if (bImplied || bSequence) {
             // IMPLIED and SEQUENCE items take a second word: the indexed
             // object, or the member's type (whose subtype is dropped).
-            item += ' ';
+            item.Push(' ');
             code = GetToken(pFile, szToken, GT_COMMA);
             if (code == TOK_COMMA) {
                 DisplayMsg(131, szToken);
                 code = GetToken(pFile, szToken, GT_COMMA);
             }
-            item += szToken;
+            item.Append(szToken);
             DropText(GetSubtypeString(pFile, szToken, &code, nullptr));
         } else {
             code = GetToken(pFile, szToken, GT_COMMA);
         }
 
-        tagBracedList* rec = NewItem(*this, item);
+        tagBracedList* rec = NewItem(*this, item.Data(), item.Size());
         if (rec == nullptr) return fail();
         if (tail != nullptr)
             tail->pNext = rec;
