@@ -12,13 +12,26 @@ struct node;
 
 namespace flat {
 
+// Hash of a terminated text, eight bytes at a time.
 inline uint64_t HashText(const char* text) {
-    uint64_t h = 1469598103934665603ull;  // FNV-1a
-    for (const unsigned char* p = reinterpret_cast<const unsigned char*>(text); *p != 0; ++p) {
-        h ^= *p;
-        h *= 1099511628211ull;
+    const size_t len = std::strlen(text);
+    uint64_t h = 0x9e3779b97f4a7c15ull ^ len;
+    auto mix = [&h](uint64_t word) {
+        h = (h ^ word) * 0xff51afd7ed558ccdull;
+        h ^= h >> 32;
+    };
+    size_t i = 0;
+    for (; i + 8 <= len; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, text + i, 8);
+        mix(word);
     }
-    return h;
+    if (i < len) {
+        uint64_t word = 0;
+        for (size_t shift = 0; i < len; ++i, shift += 8) word |= uint64_t{static_cast<unsigned char>(text[i])} << shift;
+        mix(word);
+    }
+    return h ^ (h >> 29);
 }
 
 inline uint64_t HashPointer(const void* p) {
