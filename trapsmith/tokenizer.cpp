@@ -138,8 +138,8 @@ int CMib2Trap::GetToken(FILE* fp, char* szToken, int fFlag) {
             while (inWord(static_cast<unsigned char>(c))) {
                 token[tokenLen++] = static_cast<char>(c);
                 if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
-                tokenLen += static_cast<int>(
-                    TakeRun(fp, token + tokenLen, static_cast<size_t>(cbMaxToken - tokenLen), inWord));
+                tokenLen += static_cast<int>(TakeWord(fp, token + tokenLen, static_cast<size_t>(cbMaxToken - tokenLen),
+                                                      bCommaEnds, bParensEnd));
                 if (tokenLen >= cbMaxToken) return truncate(ReadMibChar(fp));
                 c = ReadMibChar(fp);
                 if (c == EOF) return endOfInput();

@@ -58,19 +58,56 @@ inline void Consume(FILE* fp, size_t n) {
 #endif
 }
 
-// Consumes the buffered characters, up to `room` of them, for which keep()
-// holds and copies them to dst; returns how many.
-template <class Keep>
-inline size_t TakeRun(FILE* fp, char* dst, size_t room, Keep keep) {
+// Consumes the buffered characters of a word, up to `room` of them, and
+// copies them to dst; returns how many.  A word ends at white space, a dash,
+// a brace and, when asked, a comma or a parenthesis.  Where the processor
+// allows, sixteen characters are tested and copied at a time: dst must then
+// have room for all `room` characters, as the last block may be stored
+// whole.
+inline size_t TakeWord(FILE* fp, char* dst, size_t room, bool bCommaEnds, bool bParensEnd) {
     const BufferedBytes bytes = Buffered(fp);
     const unsigned char* end = bytes.end;
     if (static_cast<size_t>(end - bytes.begin) > room) end = bytes.begin + room;
-    // Copied as they are scanned: the runs are short.
     const unsigned char* q = bytes.begin;
-    while (q != end && keep(*q)) *dst++ = static_cast<char>(*q++);
-    const size_t n = static_cast<size_t>(q - bytes.begin);
-    Consume(fp, n);
-    return n;
+#if defined(__SSE2__)
+    const __m128i nine = _mm_set1_epi8(9), four = _mm_set1_epi8(4);
+    while (end - q >= 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q));
+        const __m128i fromTab = _mm_sub_epi8(v, nine);  // tab .. carriage return: 0 .. 4
+        __m128i stop = _mm_cmpeq_epi8(_mm_min_epu8(fromTab, four), fromTab);
+        stop = _mm_or_si128(stop, _mm_cmpeq_epi8(v, _mm_set1_epi8(' ')));
+        stop = _mm_or_si128(stop, _mm_cmpeq_epi8(v, _mm_set1_epi8('-')));
+        stop = _mm_or_si128(stop, _mm_cmpeq_epi8(v, _mm_set1_epi8('{')));
+        stop = _mm_or_si128(stop, _mm_cmpeq_epi8(v, _mm_set1_epi8('}')));
+        if (bCommaEnds) stop = _mm_or_si128(stop, _mm_cmpeq_epi8(v, _mm_set1_epi8(',')));
+        if (bParensEnd) {
+            stop = _mm_or_si128(stop, _mm_cmpeq_epi8(v, _mm_set1_epi8('(')));
+            stop = _mm_or_si128(stop, _mm_cmpeq_epi8(v, _mm_set1_epi8(')')));
+        }
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), v);
+        const int mask = _mm_movemask_epi8(stop);
+        if (mask != 0) {
+            const int n = __builtin_ctz(static_cast<unsigned>(mask));
+            q += n;
+            dst += n;
+            const size_t taken = static_cast<size_t>(q - bytes.begin);
+            Consume(fp, taken);
+            return taken;
+        }
+        q += 16;
+        dst += 16;
+    }
+#endif
+    for (; q != end; ++q) {
+        const unsigned char c = *q;
+        if (IsMibSpace(c) || c == '-' || c == '{' || c == '}' || (bCommaEnds && c == ',') ||
+            (bParensEnd && (c == '(' || c == ')')))
+            break;
+        *dst++ = static_cast<char>(c);
+    }
+    const size_t taken = static_cast<size_t>(q - bytes.begin);
+    Consume(fp, taken);
+    return taken;
 }
 
 // Consumes the buffered characters for which keep() holds.
