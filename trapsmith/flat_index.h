@@ -56,6 +56,7 @@ class FirstByLabel {
 public:
     void Clear() {
         m_slots.clear();
+        m_hashes.clear();
         m_size = 0;
     }
     void Reserve(size_t n) {
@@ -69,6 +70,7 @@ public:
 private:
     void Rehash(size_t capacity);
     std::vector<node*> m_slots;
+    std::vector<uint32_t> m_hashes;  // of each slot's label: most other labels differ
     size_t m_size = 0;
 };
 
