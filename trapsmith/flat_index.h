@@ -74,6 +74,40 @@ private:
     size_t m_size = 0;
 };
 
+// Records by label, every record of a label in the order added.  Slots hold
+// the label's hash and its first and last record; the records of one label
+// are chained by index.
+class AllByLabel {
+public:
+    static constexpr uint32_t kNone = 0xffffffffu;
+    void Clear() {
+        m_slots.clear();
+        m_records.clear();
+        m_next.clear();
+        m_labels = 0;
+    }
+    // Appends np to the records of its label.  (More than four thousand
+    // million records, which no module can hold, would not be added.)
+    void Add(node* np);
+    // The index of the first record of szLabel, or kNone; Next gives the
+    // following one of the same label.
+    uint32_t First(const char* szLabel) const;
+    uint32_t Next(uint32_t index) const { return m_next[index]; }
+    node* Record(uint32_t index) const { return m_records[index]; }
+
+private:
+    struct Slot {
+        uint32_t hash;
+        uint32_t first = kNone;  // kNone: empty
+        uint32_t last;
+    };
+    void Rehash(size_t capacity);
+    std::vector<Slot> m_slots;
+    std::vector<node*> m_records;
+    std::vector<uint32_t> m_next;
+    size_t m_labels = 0;
+};
+
 // A set of non-null pointers.
 class PointerSet {
 public:

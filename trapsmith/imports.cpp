@@ -131,6 +131,56 @@ std::string Lower(std::string s) {
 
 }  // namespace
 
+namespace flat {
+
+void AllByLabel::Add(node* np) {
+    if (m_records.size() >= kNone - 1) return;
+    if (m_labels + 1 > m_slots.size() - m_slots.size() / 4) Rehash(CapacityFor(m_labels + 1));
+    const uint32_t index = static_cast<uint32_t>(m_records.size());
+    m_records.push_back(np);
+    m_next.push_back(kNone);
+    const uint32_t hash = static_cast<uint32_t>(HashText(np->szLabel));
+    const size_t mask = m_slots.size() - 1;
+    for (size_t i = hash & mask;; i = (i + 1) & mask) {
+        Slot& slot = m_slots[i];
+        if (slot.first == kNone) {
+            slot = Slot{hash, index, index};
+            ++m_labels;
+            return;
+        }
+        if (slot.hash == hash && std::strcmp(m_records[slot.first]->szLabel, np->szLabel) == 0) {
+            m_next[slot.last] = index;
+            slot.last = index;
+            return;
+        }
+    }
+}
+
+uint32_t AllByLabel::First(const char* szLabel) const {
+    if (m_labels == 0) return kNone;
+    const uint32_t hash = static_cast<uint32_t>(HashText(szLabel));
+    const size_t mask = m_slots.size() - 1;
+    for (size_t i = hash & mask;; i = (i + 1) & mask) {
+        const Slot& slot = m_slots[i];
+        if (slot.first == kNone) return kNone;
+        if (slot.hash == hash && std::strcmp(m_records[slot.first]->szLabel, szLabel) == 0) return slot.first;
+    }
+}
+
+void AllByLabel::Rehash(size_t capacity) {
+    std::vector<Slot> old(capacity);
+    old.swap(m_slots);
+    const size_t mask = m_slots.size() - 1;
+    for (const Slot& slot : old) {
+        if (slot.first == kNone) continue;
+        size_t i = slot.hash & mask;
+        while (m_slots[i].first != kNone) i = (i + 1) & mask;
+        m_slots[i] = slot;
+    }
+}
+
+}  // namespace flat
+
 void ResetImportWriterState() {
     objIdList.Clear();
     importReuse.reused = 0;
@@ -281,8 +331,9 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     for (ModListNode* mod = mods; mod; mod = mod->next_mod) {
         // The lookup state of ResolveParent belongs to one module.
         m_resolveRoot = nullptr;
-        m_defsByLabel.clear();
-        m_resolvedLabels.clear();
+        m_defsByLabel.Clear();
+        m_resolvedLabels.Clear();
+    m_resolvedCopies.clear();
         for (keyword* kp = importFile->imports; kp; kp = kp->next) {
             if (!kp->szLabel) continue;
             NameValueList* list = ResolveParent(mod->node, kp->szLabel, nullptr);
@@ -293,8 +344,9 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
         }
     }
     m_resolveRoot = nullptr;
-    m_defsByLabel.clear();
-    m_resolvedLabels.clear();
+    m_defsByLabel.Clear();
+    m_resolvedLabels.Clear();
+    m_resolvedCopies.clear();
     return true;
 }
 
@@ -318,9 +370,10 @@ NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameVal
     if (!szLabel) return list;
     if (root != m_resolveRoot) {
         m_resolveRoot = root;
-        m_defsByLabel.clear();
-        m_resolvedLabels.clear();
-        for (node* np = root; np; np = np->next) m_defsByLabel[np->szLabel].push_back(np);
+        m_defsByLabel.Clear();
+        m_resolvedLabels.Clear();
+    m_resolvedCopies.clear();
+        for (node* np = root; np; np = np->next) m_defsByLabel.Add(np);
     }
 
     struct Step {
@@ -341,7 +394,18 @@ NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameVal
         }
         const char* label = step.szName;
         if (IsRootLabel(label)) continue;
-        if (!m_resolvedLabels.insert(label).second) continue;
+        const uint64_t labelHash = flat::HashText(label);
+        if (m_resolvedLabels.Contains(label, labelHash)) continue;
+        if (label == szLabel) {
+            // The caller's text may not outlive this call: the set keeps a
+            // copy of it.
+            const size_t len = std::strlen(label);
+            m_resolvedCopies.emplace_back(new char[len + 1]);
+            std::memcpy(m_resolvedCopies.back().get(), label, len + 1);
+            m_resolvedLabels.InsertNew(m_resolvedCopies.back().get(), labelHash);
+        } else {
+            m_resolvedLabels.InsertNew(label, labelHash);
+        }
 
         // Pushed in reverse of the order in which they are to run.
         const FixedRegistration* fixed = FindFixed(label);
@@ -350,9 +414,8 @@ NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameVal
             if (!fixed->bThenModule) continue;
             stack.push_back({true, fixed->szParent, nullptr, 0});
         }
-        auto defs = m_defsByLabel.find(label);
-        if (defs == m_defsByLabel.end()) continue;
-        for (node* d : defs->second) {
+        for (uint32_t at = m_defsByLabel.First(label); at != flat::AllByLabel::kNone; at = m_defsByLabel.Next(at)) {
+            const node* d = m_defsByLabel.Record(at);
             stack.push_back({false, d->szLabel, d->szParent, d->subid});
             stack.push_back({true, d->szParent, nullptr, 0});
         }

@@ -586,8 +586,9 @@ private:
     // Definitions of the module ResolveParent walks, by label, and the labels
     // it has already resolved for that module.
     node* m_resolveRoot = nullptr;
-    std::unordered_map<std::string, std::vector<node*>> m_defsByLabel;
-    std::unordered_set<std::string> m_resolvedLabels;
+    flat::AllByLabel m_defsByLabel;
+    flat::TextSet m_resolvedLabels;  // views the module's labels, and copies of the callers'
+    std::vector<std::unique_ptr<char[]>> m_resolvedCopies;
 };
 
 #endif  // TRAPSMITH_MIB2TRAP_H
