@@ -1,5 +1,6 @@
 // The trace helper: every trace record is written through Trace.
 #include <cstdarg>
+#include <cstdint>
 #include <cstring>
 
 #include "mib2trap.h"
@@ -13,11 +14,81 @@
 // takes a record for nearly every clause of a MIB, and the C library's
 // formatter costs several times the writing itself.  Any other conversion
 // hands the rest of the format to the C library.
+namespace {
+
+// A format split once into its pieces: literal runs, and %s or %d.  The
+// formats are string literals, so a format is known by its address; each
+// has a slot of a small table, and a format whose slot is taken, has another
+// conversion or more pieces is written the general way.
+struct SplitFormat {
+    static constexpr int kMaxPieces = 5;
+    struct Piece {
+        const char* text;  // a literal run, or null for a conversion
+        uint32_t len;
+        char conv;         // 's' or 'd'
+    };
+    const char* fmt;
+    int nPieces;
+    Piece pieces[kMaxPieces];
+};
+
+bool Split(const char* fmt, SplitFormat* out) {
+    int n = 0;
+    for (const char* p = fmt; *p != '\0';) {
+        if (n == SplitFormat::kMaxPieces) return false;
+        if (*p == '%') {
+            if (p[1] != 's' && p[1] != 'd') return false;
+            out->pieces[n++] = {nullptr, 0, p[1]};
+            p += 2;
+        } else {
+            const char* pct = strchr(p, '%');
+            const size_t len = pct ? static_cast<size_t>(pct - p) : strlen(p);
+            out->pieces[n++] = {p, static_cast<uint32_t>(len), 0};
+            p += len;
+        }
+    }
+    out->nPieces = n;
+    out->fmt = fmt;
+    return true;
+}
+
+SplitFormat splitFormats[256];
+
+// The slot of a format, or null when it cannot be split or its slot holds
+// another format.
+const SplitFormat* SplitOf(const char* fmt) {
+    const uint64_t key = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(fmt)) * 0x9e3779b97f4a7c15ull;
+    SplitFormat& slot = splitFormats[key >> 56];
+    if (slot.fmt == fmt) return &slot;
+    if (slot.fmt != nullptr || strlen(fmt) > 0xffffu) return nullptr;
+    SplitFormat split;
+    if (!Split(fmt, &split)) return nullptr;
+    slot = split;
+    return &slot;
+}
+
+}  // namespace
+
 void CMib2Trap::Trace(const char* fmt, ...) {
     FILE* const file = m_pTrapFile;
     if (!file) return;
     va_list ap;
     va_start(ap, fmt);
+    if (const SplitFormat* split = SplitOf(fmt)) {
+        for (int i = 0; i < split->nPieces; ++i) {
+            const SplitFormat::Piece& piece = split->pieces[i];
+            if (piece.text) {
+                smitext::Put(file, piece.text, piece.len);
+            } else if (piece.conv == 's') {
+                const char* text = va_arg(ap, const char*);
+                smitext::Put(file, text ? text : "(null)");
+            } else {
+                smitext::PutInt(file, va_arg(ap, int));
+            }
+        }
+        va_end(ap);
+        return;
+    }
     for (const char* p = fmt;;) {
         const char* pct = strchr(p, '%');
         if (!pct) {
