@@ -10,9 +10,10 @@
 # scratch folder that holds the files of ../shared/mibs/ beside it, the two
 # commands run in turn, A B A B ..., after one warm-up each; every run is
 # measured by the kernel's accounting of the finished process (processor time
-# = user + system, peak resident set, minor page faults).  Printed per module: the median of the pairwise
-# processor-time ratios trapsmith / snmptranslate, the median peak memory of
-# both and the median page-fault count of trapsmith.
+# = user + system, peak resident set, minor page faults); what each prints is
+# read through a pipe and thrown away.  Printed per module: the median of the
+# pairwise processor-time ratios trapsmith / snmptranslate, the median peak
+# memory of both and the median page-fault count of trapsmith.
 #
 # Set PAIRED_TIMER to a command that times two commands run by run and
 # prints its own figures (it is called as: $PAIRED_TIMER -n RUNS --vs 'B' -- A)
@@ -55,8 +56,14 @@ runs = int(sys.argv[1])
 cut = sys.argv.index("--vs")
 ours, peer = sys.argv[2:cut], sys.argv[cut + 1:]
 def run(cmd):
+    # What the command prints is read through a pipe and thrown away, as a
+    # consumer of its output would read it (snmptranslate -Tp prints the
+    # whole tree).
     with open(os.devnull, "w") as null:
-        p = subprocess.Popen(cmd, stdout=null, stderr=null)
+        p = subprocess.Popen(cmd, stdout=subprocess.PIPE, stderr=null)
+        while p.stdout.read(65536):
+            pass
+        p.stdout.close()
         _, _, ru = os.wait4(p.pid, 0)
     return ru.ru_utime + ru.ru_stime, ru.ru_maxrss, ru.ru_minflt
 run(ours); run(peer)
@@ -87,6 +94,10 @@ for entry in "$mibs/CPQHLTH-MIB.mib" "$bench_mibs/ABBMODULARUPS-MIB.mib" "$bench
   mkdir -p "$dir"
   cp "$mibs"/*.mib "$dir/"
   cp "$entry" "$dir/"
+  # The copies are written out first: megabytes of freshly written pages
+  # would otherwise be flushed during the first measured runs, and charged
+  # to whichever command happens to write a file then (only trapsmith does).
+  sync
   ours=("$bin" -d "$dir" "$name")
   peer=(snmptranslate -M "$dir" -m "$module" -Tp)
   if [ -n "${PAIRED_TIMER:-}" ]; then
