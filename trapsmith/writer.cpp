@@ -320,13 +320,16 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
             else if (IsTrap(np->type))
                 ++nTraps;
         }
-        std::vector<node*> vAll, npQueue;
-        vAll.reserve(nObjIds + nTraps);
+        std::vector<node*> vAll(nObjIds + nTraps), npQueue;
         npQueue.reserve(nObjIds + nTraps);
-        for (node* np = mod->node; np; np = np->next)
-            if (np->type == TOK_OBJECT_TYPE || IsRegistration(np->type)) vAll.push_back(np);
-        for (node* np = mod->node; np; np = np->next)
-            if (IsTrap(np->type)) vAll.push_back(np);
+        // One walk fills both parts: the records lie far apart in memory.
+        size_t nextObjId = 0, nextTrap = nObjIds;
+        for (node* np = mod->node; np; np = np->next) {
+            if (np->type == TOK_OBJECT_TYPE || IsRegistration(np->type))
+                vAll[nextObjId++] = np;
+            else if (IsTrap(np->type))
+                vAll[nextTrap++] = np;
+        }
 
         // The lookup state of AddToQueue belongs to this module's sequences;
         // the next module's sequences may reuse the same addresses.
