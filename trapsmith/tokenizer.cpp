@@ -55,13 +55,45 @@ private:
     std::bitset<65536> m_starts;
 };
 
+// The keywords by name, so that a word that may be one is classified
+// without hashing it and walking a chain.  The index gives exactly what the
+// walk of the word's bucket gives: the entry of that name that comes first
+// in its chain (HashInit puts later entries first), and nothing for an
+// object whose buckets were never linked.
+class KeywordIndex {
+public:
+    KeywordIndex() {
+        for (const tok* t = g_tokens; t->szName != nullptr; ++t) {
+            size_t i = Slot(t->szName, strlen(t->szName));
+            while (m_slots[i] != nullptr && strcmp(m_slots[i]->szName, t->szName) != 0) i = (i + 1) & kMask;
+            m_slots[i] = t;  // a later entry of the same name wins
+        }
+    }
+    const tok* Find(const char* word) const {
+        const size_t len = strlen(word);
+        for (size_t i = Slot(word, len); m_slots[i] != nullptr; i = (i + 1) & kMask) {
+            const tok* t = m_slots[i];
+            if (static_cast<size_t>(t->nLen) == len && memcmp(t->szName, word, len) == 0) return t;
+        }
+        return nullptr;
+    }
+
+private:
+    static constexpr size_t kMask = 511;
+    // Only words that may be keywords, so at least one character, get here.
+    static size_t Slot(const char* s, size_t len) {
+        return (len * 37 + static_cast<unsigned char>(s[0]) * 11 + static_cast<unsigned char>(s[len - 1])) & kMask;
+    }
+    const tok* m_slots[kMask + 1] = {};
+};
+
 tok* FindKeyword(tok* const* buckets, const char* word) {
     static const KeywordStarts starts;
     if (!starts.MayStart(word)) return nullptr;
-    const int32_t hash = KeywordHash(word);
-    for (tok* t = buckets[static_cast<uint32_t>(hash) & 31u]; t != nullptr; t = t->pNext)
-        if (t->nHash == hash && strcmp(t->szName, word) == 0) return t;
-    return nullptr;
+    static const KeywordIndex index;
+    const tok* t = index.Find(word);
+    if (t == nullptr || buckets[static_cast<uint32_t>(t->nHash) & 31u] == nullptr) return nullptr;
+    return const_cast<tok*>(t);
 }
 
 }  // namespace
