@@ -79,3 +79,22 @@ TEST(Keywords, HashChainsAreRebuiltIdentically) {
     EXPECT_EQ(memcmp(before, g_tokens, sizeof before), 0);
     EXPECT_EQ(memcmp(first.m_pBuckets, second.m_pBuckets, sizeof first.m_pBuckets), 0);
 }
+
+// A word is a keyword only by its whole text up to a NUL byte, and only for
+// an object whose buckets were linked.
+TEST(Keywords, NearMissesNulBytesAndUnlinkedBuckets) {
+    MibFixture f(std::string("SYNTAXX SYNTAx SYNTA ::== END") + '\0' + "x OBJECT-TYPEs Opaque ");
+    EXPECT_EQ(f.Next(), TOK_LABEL);
+    EXPECT_EQ(f.Next(), TOK_LABEL);
+    EXPECT_EQ(f.Next(), TOK_LABEL);
+    EXPECT_EQ(f.Next(), TOK_LABEL);
+    EXPECT_EQ(f.Next(), TOK_END);
+    EXPECT_EQ(f.Next(), TOK_LABEL);
+    EXPECT_EQ(f.Next(), TOK_OPAQUE);
+
+    CMib2Trap unlinked;  // no HashInit: every word is a label
+    FILE* in = TextStream("SYNTAX END Opaque ");
+    char word[TOKEN_BUF];
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(unlinked.GetToken(in, word, 0), TOK_LABEL);
+    fclose(in);
+}
