@@ -63,3 +63,44 @@ TEST(TokenList, ReleasesEmptyAbsentAndBorrowingLists) {
     CMib2Trap::FreeTokenList(borrowed);
     for (node* np : records) CMib2Trap::FreeNode(np);  // still ours to release
 }
+
+// A written-names list keeps each name once, in the order first added, as a
+// copy: through the growth of its index, with names that differ only in the
+// bytes the index hashes last, and again after Clear.
+TEST(TokenList, WrittenNamesKeepFirstCopiesThroughGrowth) {
+    WrittenNames names;
+    std::string name;
+    for (int round = 0; round < 2; ++round) {
+        const int n = 50000;
+        for (int i = 0; i < n; ++i) {
+            name = "label-" + std::to_string(i) + "-0123456789abcdef";
+            EXPECT_TRUE(names.Add(name.c_str()));
+            if (i % 7 == 0) {
+                EXPECT_FALSE(names.Add(name.c_str()));  // already there
+                name[0] = 'L';
+                EXPECT_FALSE(names.Contains(name.c_str()));
+            }
+        }
+        EXPECT_TRUE(names.Contains("label-49999-0123456789abcdef"));
+        EXPECT_FALSE(names.Contains("label-49999-0123456789abcdeg"));
+        EXPECT_FALSE(names.Contains(""));
+        ASSERT_NE(names.list, nullptr);
+        int count = 0;
+        const MibTokenList* e = names.list;
+        do {
+            if (count < 3) {
+                EXPECT_EQ(std::string(e->szToken), "label-" + std::to_string(count) + "-0123456789abcdef");
+            }
+            ++count;
+            e = e->forw;
+        } while (e != names.list);
+        EXPECT_EQ(count, n);
+        EXPECT_EQ(names.list->back->szToken, std::string("label-49999-0123456789abcdef"));
+        names.Clear();
+        EXPECT_EQ(names.list, nullptr);
+        EXPECT_FALSE(names.Contains("label-0-0123456789abcdef"));
+    }
+    EXPECT_TRUE(names.Add(""));
+    EXPECT_FALSE(names.Add(""));
+    names.Clear();
+}
