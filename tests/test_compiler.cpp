@@ -124,3 +124,30 @@ TEST_F(CompilerTest, DestructorClosesStreamsAndTraceStopsWithoutAFile) {
     CMib2Trap idle;
     idle.Trace("dropped %d\n", 1);  // no trace file: nothing happens
 }
+
+TEST_F(CompilerTest, ATraceFileOpenedAgainHoldsOnlyWhatWasWrittenThisTime) {
+    // An older, longer trace file is written over and cut when the stream is
+    // closed, by the destructor or by a second Initialize; until then it
+    // keeps its old tail.  A shorter one grows.
+    Spit("OLD-MIB.dbg", std::string(10000, 'x') + "\n");
+    {
+        CMib2Trap mib;
+        ASSERT_TRUE(mib.Initialize("OLD-MIB", nullptr, 2));
+        mib.Trace("%s\n", "#-OBJECT_OID: a 1");
+    }
+    EXPECT_EQ(Slurp("OLD-MIB.dbg"), "#-OBJECT_OID: a 1\n");
+    const std::string longer(70000, 'y');  // more than a stream buffer
+    CMib2Trap again;
+    ASSERT_TRUE(again.Initialize("OLD-MIB", nullptr, 2));
+    again.Trace("%s\n", longer.c_str());
+    ASSERT_TRUE(again.Initialize("OLD-MIB", nullptr, 2));
+    EXPECT_EQ(Slurp("OLD-MIB.dbg"), longer + "\n");
+    again.Trace("%s %d\n", "#-OBJECT_OID: b", 2);
+    ASSERT_TRUE(again.Initialize("NEW-MIB", nullptr, 2));
+    EXPECT_EQ(Slurp("OLD-MIB.dbg"), "#-OBJECT_OID: b 2\n");
+    // Not a regular file: written as before, nothing to cut.
+    ASSERT_EQ(symlink("/dev/null", "NULL-MIB.dbg"), 0);
+    ASSERT_TRUE(again.Initialize("NULL-MIB", nullptr, 2));
+    again.Trace("%s\n", "gone");
+    ASSERT_TRUE(again.Initialize("NEW-MIB", nullptr, 2));
+}

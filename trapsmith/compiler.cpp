@@ -6,8 +6,11 @@
 // intermediate file; 2 parses an imported module and writes trace records
 // only; 3 writes like mode 1 with a "#-MIBFILE" line ahead of the
 // definitions, and a failed parse does not fail the compile.
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -29,40 +32,72 @@ std::string CutName(const char* szName, const char* suffix) {
 
 constexpr size_t kStreamBuffer = 64 * 1024;
 
-// The buffers of the open streams of OpenStream; a handful at most are open
-// at once.
-std::vector<std::pair<FILE*, char*>> streamBuffers;
+// The open streams of OpenStream and OpenRewriteStream with their buffers; a
+// handful at most are open at once.
+struct OpenedStream {
+    FILE* file;
+    char* buffer;     // null when the stream kept its default buffer
+    bool cutAtClose;  // a regular file written over: cut where writing ended
+};
+std::vector<OpenedStream> openedStreams;
+
+// Gives the stream a buffer of its own: kStreamBuffer bytes, or for a file
+// read whole no more than the file.
+void Register(FILE* f, bool reading, bool cutAtClose) {
+    size_t size = kStreamBuffer;
+    struct stat st;
+    if (reading && fstat(fileno(f), &st) == 0 && S_ISREG(st.st_mode) && st.st_size >= 0 &&
+        static_cast<uint64_t>(st.st_size) < kStreamBuffer)
+        size = (static_cast<size_t>(st.st_size) / 4096 + 1) * 4096;
+    char* buffer = static_cast<char*>(malloc(size));
+    // Without a buffer of its own the stream keeps the default one.
+    if (buffer != nullptr && setvbuf(f, buffer, _IOFBF, size) != 0) {
+        free(buffer);
+        buffer = nullptr;
+    }
+    if (buffer != nullptr || cutAtClose) openedStreams.push_back({f, buffer, cutAtClose});
+}
 
 }  // namespace
 
 FILE* OpenStream(const char* szName, const char* szMode) {
     FILE* f = fopen(szName, szMode);
-    if (f == nullptr) return nullptr;
-    // A file read whole needs no buffer larger than itself (most imported
-    // modules are a few kilobytes).
-    size_t size = kStreamBuffer;
+    if (f != nullptr) Register(f, szMode[0] == 'r', false);
+    return f;
+}
+
+FILE* OpenRewriteStream(const char* szName) {
+    // The flags of fopen's "w" without O_TRUNC.
+    const int fd = open(szName, O_WRONLY | O_CREAT, 0666);
+    if (fd < 0) return nullptr;
+    FILE* f = fdopen(fd, "w");
+    if (f == nullptr) {
+        close(fd);
+        return nullptr;
+    }
     struct stat st;
-    if (szMode[0] == 'r' && fstat(fileno(f), &st) == 0 && S_ISREG(st.st_mode) && st.st_size >= 0 &&
-        static_cast<uint64_t>(st.st_size) < kStreamBuffer)
-        size = (static_cast<size_t>(st.st_size) / 4096 + 1) * 4096;
-    char* buffer = static_cast<char*>(malloc(size));
-    // Without a buffer of its own the stream keeps the default one.
-    if (buffer != nullptr && setvbuf(f, buffer, _IOFBF, size) == 0)
-        streamBuffers.emplace_back(f, buffer);
-    else
-        free(buffer);
+    Register(f, false, fstat(fd, &st) == 0 && S_ISREG(st.st_mode));
     return f;
 }
 
 int CloseStream(FILE*& f) {
     if (f == nullptr) return 0;
-    const int status = fclose(f);
-    for (auto it = streamBuffers.begin(); it != streamBuffers.end(); ++it) {
-        if (it->first == f) {
-            free(it->second);
-            streamBuffers.erase(it);
-            break;
+    auto it = openedStreams.begin();
+    while (it != openedStreams.end() && it->file != f) ++it;
+    if (it != openedStreams.end() && it->cutAtClose) {
+        // What was written ends where the descriptor's offset stands once the
+        // buffer is out; whatever the file held beyond it goes.
+        fflush(f);
+        const off_t end = lseek(fileno(f), 0, SEEK_CUR);
+        if (end >= 0 && ftruncate(fileno(f), end) != 0) {
+            // The stream's error state and fclose report a failed write; a
+            // file that cannot be cut keeps its old tail, nothing more.
         }
+    }
+    const int status = fclose(f);
+    if (it != openedStreams.end()) {
+        free(it->buffer);
+        openedStreams.erase(it);
     }
     f = nullptr;
     return status;
@@ -156,7 +191,7 @@ bool CMib2Trap::Initialize(const char* szFile, const char* szOutFile, int pass) 
         return false;
     }
     snprintf(m_tmpFileStr, sizeof m_tmpFileStr, "%s", traceName.c_str());
-    m_pTrapFile = OpenStream(m_tmpFileStr, "w");
+    m_pTrapFile = OpenRewriteStream(m_tmpFileStr);
     if (!m_pTrapFile) {
         DisplayMsg(108, m_tmpFileStr);
         return false;

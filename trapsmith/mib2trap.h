@@ -372,8 +372,15 @@ void CopyInto(char (&field)[N], const char* text) {
 // 4 KB, so that the input and the work files are read and written in few
 // system calls; such a stream must be closed with CloseStream.
 FILE* OpenStream(const char* szName, const char* szMode);
-// Closes a stream of OpenStream (or of fopen) and releases its buffer; sets f
-// to null.  Returns fclose's result, 0 for a null stream.
+// Opens a file for writing like OpenStream(szName, "w"), except that a file
+// already there is written over in place and cut where writing ended when the
+// stream is closed: the same content at the end, without first emptying the
+// file.  A trace file is rewritten with the same records each time its module
+// is imported again, and emptying it first costs its pages and, on ext4, a
+// flush at close.
+FILE* OpenRewriteStream(const char* szName);
+// Closes a stream of OpenStream, OpenRewriteStream (or of fopen) and releases
+// its buffer; sets f to null.  Returns fclose's result, 0 for a null stream.
 int CloseStream(FILE*& f);
 
 // Frees the labels of the first count components of an OID value read by
