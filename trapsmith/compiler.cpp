@@ -86,10 +86,13 @@ int CloseStream(FILE*& f) {
     while (it != openedStreams.end() && it->file != f) ++it;
     if (it != openedStreams.end() && it->cutAtClose) {
         // What was written ends where the descriptor's offset stands once the
-        // buffer is out; whatever the file held beyond it goes.
+        // buffer is out; whatever the file held beyond it goes.  A file no
+        // longer than that is left alone (cutting it would still cost ext4 a
+        // truncation).
         fflush(f);
         const off_t end = lseek(fileno(f), 0, SEEK_CUR);
-        if (end >= 0 && ftruncate(fileno(f), end) != 0) {
+        struct stat st;
+        if (end >= 0 && fstat(fileno(f), &st) == 0 && st.st_size > end && ftruncate(fileno(f), end) != 0) {
             // The stream's error state and fclose report a failed write; a
             // file that cannot be cut keeps its old tail, nothing more.
         }
