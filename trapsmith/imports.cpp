@@ -330,10 +330,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
 
     for (ModListNode* mod = mods; mod; mod = mod->next_mod) {
         // The lookup state of ResolveParent belongs to one module.
-        m_resolveRoot = nullptr;
-        m_defsByLabel.Clear();
-        m_resolvedLabels.Clear();
-    m_resolvedCopies.clear();
+        ForgetResolvedModule();
         for (keyword* kp = importFile->imports; kp; kp = kp->next) {
             if (!kp->szLabel) continue;
             NameValueList* list = ResolveParent(mod->node, kp->szLabel, nullptr);
@@ -343,11 +340,15 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
             }
         }
     }
+    ForgetResolvedModule();
+    return true;
+}
+
+void CMib2Trap::ForgetResolvedModule() {
     m_resolveRoot = nullptr;
     m_defsByLabel.Clear();
     m_resolvedLabels.Clear();
     m_resolvedCopies.clear();
-    return true;
 }
 
 // Adds the registration of szLabel and of its ancestors to the list, so that
@@ -369,10 +370,8 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
 NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameValueList* list) {
     if (!szLabel) return list;
     if (root != m_resolveRoot) {
+        ForgetResolvedModule();
         m_resolveRoot = root;
-        m_defsByLabel.Clear();
-        m_resolvedLabels.Clear();
-    m_resolvedCopies.clear();
         for (node* np = root; np; np = np->next) m_defsByLabel.Add(np);
     }
 

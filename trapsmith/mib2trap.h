@@ -596,6 +596,8 @@ private:
     flat::AllByLabel m_defsByLabel;
     flat::TextSet m_resolvedLabels;  // views the module's labels, and copies of the callers'
     std::vector<std::unique_ptr<char[]>> m_resolvedCopies;
+    // Empties that lookup state.
+    void ForgetResolvedModule();
 };
 
 #endif  // TRAPSMITH_MIB2TRAP_H
