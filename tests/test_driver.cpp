@@ -1,12 +1,17 @@
 // Driver: backup rotation, the block copy of the ".cfg" assembly, cleanup,
-// and the refusal of a MIB file named like a work file.  cleanup and whole
+// the refusal of a MIB file named like a work file, the folder locks of a
+// run, and imported module names that name paths.  cleanup and whole
 // runs close descriptors and change the working directory, so they run in a
 // child process.
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -14,6 +19,7 @@
 #include <vector>
 
 #include "driver.h"
+#include "folderlock.h"
 #include "test_util.h"
 
 namespace {
@@ -135,4 +141,111 @@ TEST_F(DriverTest, MibFileThatIsAWorkFileIsRefusedUntouched) {
         EXPECT_EQ(Entries(), Names{file}) << name;
         remove(file.c_str());
     }
+}
+
+TEST_F(DriverTest, CleanupLeavesTheFolderLocksOpenAndHeld) {
+    std::string out;
+    int rc = InChild([]() {
+        static char base[] = "FOO-MIB";
+        FolderLocks locks({"."});
+        if (locks.Descriptors().size() != 1) return 8;
+        const int lock = locks.Descriptors()[0];
+        const int stray = open(".", O_RDONLY);
+        cleanup(base);
+        const bool lockOpen = fcntl(lock, F_GETFD) != -1;
+        const bool strayClosed = stray > lock && fcntl(stray, F_GETFD) == -1;
+        // Another open file of the folder still cannot take the lock.
+        const int probe = open(".", O_RDONLY | O_DIRECTORY);
+        const bool held = probe >= 0 && flock(probe, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+        return (lockOpen ? 0 : 1) | (strayClosed ? 0 : 2) | (held ? 0 : 4);
+    }, &out);
+    EXPECT_EQ(rc, 0);
+    EXPECT_EQ(out, "");
+}
+
+// A run waits, before it creates any file, while another holds the lock on
+// its working folder or on the folder of its results, and then compiles.
+TEST_F(DriverTest, RunWaitsForTheLocksOfItsWorkingAndOutputFolders) {
+    ASSERT_EQ(mkdir("work", 0755), 0);
+    ASSERT_EQ(mkdir("out", 0755), 0);
+    Spit("out/LOCK-MIB.mib", "LOCK-MIB DEFINITIONS ::= BEGIN\nlockRoot OBJECT IDENTIFIER ::= { enterprises 7 }\nEND\n");
+    for (const char* held : {"work", "out"}) {
+        const int lock = open((dir_ + "/" + held).c_str(), O_RDONLY | O_DIRECTORY);
+        ASSERT_GE(lock, 0);
+        ASSERT_EQ(flock(lock, LOCK_EX), 0);
+        const std::string outName = dir_ + ".out";
+        fflush(stdout);
+        const pid_t pid = fork();
+        ASSERT_GE(pid, 0);
+        if (pid == 0) {
+            // The parent's lock must not live on in the child's copy.
+            close(lock);
+            if (!freopen(outName.c_str(), "w", stdout)) _exit(99);
+            char arg0[] = "trapsmith", d[] = "-d", work[256], mib[] = "../out/LOCK-MIB.mib";
+            snprintf(work, sizeof work, "%s/work", dir_.c_str());
+            char* argv[] = {arg0, d, work, mib, nullptr};
+            const int rc = TrapsmithMain(4, argv);
+            fflush(stdout);
+            _exit(rc);
+        }
+        usleep(300 * 1000);
+        int ws = 0;
+        EXPECT_EQ(waitpid(pid, &ws, WNOHANG), 0) << held;
+        EXPECT_EQ(Entries(), (Names{"out", "work"})) << held;
+        EXPECT_EQ(std::filesystem::directory_iterator("out")->path().filename(), "LOCK-MIB.mib") << held;
+        EXPECT_TRUE(std::filesystem::is_empty("work")) << held;
+        close(lock);
+        ASSERT_EQ(waitpid(pid, &ws, 0), pid);
+        EXPECT_TRUE(WIFEXITED(ws) && WEXITSTATUS(ws) == 0) << held;
+        EXPECT_NE(Slurp(outName).find("Mib Compilation completed successfully"), std::string::npos) << held;
+        remove(outName.c_str());
+        EXPECT_NE(Slurp("out/LOCK-MIB.cfg"), "<missing>") << held;
+        remove("out/LOCK-MIB.cfg");
+    }
+}
+
+// A module name after FROM that holds a '/' names no file: nothing in the
+// folder it points at is read, created or removed, whether it is written
+// relative to the working folder or absolute, and the import is reported as
+// not found, as a missing module is.
+TEST_F(DriverTest, ImportedModuleNamedByAPathTouchesNothingThere) {
+    ASSERT_EQ(mkdir("work", 0755), 0);
+    ASSERT_EQ(mkdir("victim", 0755), 0);
+    // Read, it would register dataRoot in the result.
+    const std::string dataMib = "DATA DEFINITIONS ::= BEGIN\ndataRoot OBJECT IDENTIFIER ::= { enterprises 4242 }\nEND\n";
+    const Names victimFiles{"data.dbg", "data.int", "data.mib", "data.tmp.dbg"};
+    for (const std::string& f : victimFiles) Spit("victim/" + f, f == "data.mib" ? dataMib : "keep " + f);
+    const std::string absolute = dir_ + "/victim/data";
+    Spit("work/PATH-MIB.mib", "PATH-MIB DEFINITIONS ::= BEGIN\nIMPORTS\n    dataRoot FROM ../victim/data\n    dataRoot FROM " +
+                                  absolute + "\n    dataRoot FROM ../victim/data;\n"
+                                  "pathObjects OBJECT IDENTIFIER ::= { dataRoot 1 }\nEND\n");
+    struct stat before {};
+    ASSERT_EQ(stat("victim", &before), 0);
+    usleep(20 * 1000);  // a later change would show in the folder's times
+
+    std::string out;
+    EXPECT_EQ(Main({"-d", "work", "PATH-MIB.mib"}, &out), 0);
+    // The name printed is the last one a module is looked for under: the
+    // module name with ".mib", lower-cased.
+    auto notFound = [](const std::string& module) {
+        std::string lower = module + ".mib";
+        for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        return "\nFailed to open import file: " + lower + "\ncould not compile module " + module + "\n";
+    };
+    EXPECT_EQ(out, kBanner + "\nCompiling PATH-MIB.mib\n" + notFound("../victim/data") + notFound(absolute) +
+                       notFound("../victim/data") + "\nMib file compilation completed with warnings");
+    EXPECT_EQ(Slurp("work/PATH-MIB.cfg"),
+              "#-MIBFILE: PATH-MIB.mib\n\nPATH-MIB DEFINITIONS ::= BEGIN\n\n\n"
+              "pathObjects OBJECT IDENTIFIER ::= { dataRoot 1 }\n\nEND\n\n");
+
+    Names left;
+    for (const auto& e : std::filesystem::directory_iterator("victim")) left.push_back(e.path().filename().string());
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left, victimFiles);
+    for (const std::string& f : victimFiles)
+        EXPECT_EQ(Slurp("victim/" + f), f == "data.mib" ? dataMib : "keep " + f) << f;
+    struct stat after {};
+    ASSERT_EQ(stat("victim", &after), 0);
+    EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec);
+    EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
 }

@@ -5,7 +5,8 @@
 // assembles {base}.cfg from a header, the ".imports" file and the ".int" file,
 // keeping up to ten earlier results as {base}.cfg_1 .. {base}.cfg_10.  All
 // work files ({base}.int, {base}.imports and the ".dbg" trace files) are
-// removed at the end of every run that got past the command line.
+// removed at the end of every run that got past the command line.  The
+// working folder and the folder of {base} are locked for the whole run.
 #include "driver.h"
 
 #include <fcntl.h>
@@ -16,6 +17,7 @@
 #include <memory>
 #include <string>
 
+#include "folderlock.h"
 #include "mib2trap.h"
 
 namespace {
@@ -104,7 +106,9 @@ bool CompileImports(FILE* pImpFile) {
     bool warnings = false;
     for (importFilesList* entry = importFiles; entry; entry = entry->next) {
         auto mib2TrapImports = std::make_unique<CMib2Trap>();
-        if (!mib2TrapImports->Initialize(entry->szLabel, nullptr, 2)) {
+        // A module name holding a '/' gets no trace file: ProcessImports
+        // reports it as not found before it opens anything.
+        if (!ModuleNameIsPath(entry->szLabel) && !mib2TrapImports->Initialize(entry->szLabel, nullptr, 2)) {
             warnings = true;
             printf("\ncould not compile module %s. init failed.\n", entry->szLabel);
         } else if (!mib2TrapImports->ProcessImports(entry, pImpFile)) {
@@ -216,13 +220,20 @@ int TrapsmithMain(int argc, char** argv) {
     if (!FormNames(szMibFileName.c_str(), &names)) return 1;
     if (ClashesWithWorkFile(szMibFileName.c_str(), names.szModuleName)) return 1;
 
+    // One compile per folder at a time: the working folder and the folder
+    // the results go to stay locked until the work files are removed, so
+    // that runs sharing a folder neither mix their work files nor rotate
+    // each other's backups half-way.
+    FolderLocks locks({".", FolderOf(names.szModuleName)});
+
     // The main compiler object is gone by the time cleanup runs, so every
     // stream it held is closed before its files are removed.
     int retval = RunPhases(szMibFileName.c_str(), names);
     fflush(stdout);
     cleanup(names.szModuleName);
 
-    // Nothing allocated by the compile survives the run.
+    // Nothing allocated by the compile survives the run, and the folder
+    // locks go with it.
     ResetProcessState();
     return retval;
 }
@@ -230,10 +241,12 @@ int TrapsmithMain(int argc, char** argv) {
 void cleanup(char* szModuleName) {
     // Close stray descriptors: the duplicate of 0 takes the lowest free
     // number, so every descriptor from 3 up to it is open; close them all,
-    // the duplicate included.  Standard input, output and error stay open.
+    // the duplicate included.  Standard input, output and error stay open,
+    // and so do the run's folder locks, which must outlast the removals.
     int fd = fcntl(0, F_DUPFD, 0);
     if (fd >= 0) {
-        for (; fd >= 3; --fd) close(fd);
+        for (; fd >= 3; --fd)
+            if (!IsFolderLockDescriptor(fd)) close(fd);
     }
 
     const std::string base = szModuleName ? szModuleName : "";
@@ -241,9 +254,10 @@ void cleanup(char* szModuleName) {
     remove(".dbg");
     remove(".tmp.dbg");
 
-    // Imported modules' files are named after the module name as written.
+    // Imported modules' files are named after the module name as written; a
+    // name holding a '/' never named a file of the run.
     for (importFilesList* entry = importFiles; entry; entry = entry->next) {
-        if (!entry->szLabel) continue;
+        if (!entry->szLabel || ModuleNameIsPath(entry->szLabel)) continue;
         const std::string module = entry->szLabel;
         for (const char* suffix : {".int", ".dbg", ".tmp.dbg"}) remove((module + suffix).c_str());
     }

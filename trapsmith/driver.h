@@ -9,8 +9,8 @@
 // The whole program: banner, command line, compile phases, exit status.
 int TrapsmithMain(int argc, char** argv);
 
-// Closes stray descriptors and removes the work files of {base} and of every
-// imported module.
+// Closes stray descriptors (the folder locks held excepted) and removes the
+// work files of {base} and of every imported module whose name holds no '/'.
 void cleanup(char* szModuleName);
 
 // Renames {base}.cfg_9 .. {base}.cfg_1 and {base}.cfg one number up, oldest

@@ -67,7 +67,7 @@ bool ImportedAgain(const std::string& szModule) {
         importReuse.importsLeft.clear();
         importReuse.kept.clear();
         for (const importFilesList* e = importFiles; e; e = e->next)
-            if (e->szLabel) ++importReuse.importsLeft[e->szLabel];
+            if (e->szLabel && !ModuleNameIsPath(e->szLabel)) ++importReuse.importsLeft[e->szLabel];
     }
     auto left = importReuse.importsLeft.find(szModule);
     if (left == importReuse.importsLeft.end() || left->second <= 0) return false;
@@ -84,6 +84,8 @@ void SetImportReuse(bool enabled) {
 }
 
 size_t ImportsReused() { return importReuse.reused; }
+
+bool ModuleNameIsPath(const char* szModule) { return szModule && std::strchr(szModule, '/'); }
 
 namespace {
 
@@ -254,10 +256,11 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     const std::string third = Lower(first);
 
     CloseStream(m_pInFile);
-    // A module name too long for the 256-character file-name buffers is
-    // reported as not found.
+    // A module name too long for the 256-character file-name buffers, or one
+    // that names a path rather than a file of the working folder, is reported
+    // as not found without any file being opened.
     const std::string* opened = nullptr;
-    if (first.size() < kFileNameLen) {
+    if (first.size() < kFileNameLen && !ModuleNameIsPath(szModule.c_str())) {
         for (const std::string* name : {&first, &second, &third}) {
             m_pInFile = OpenStream(name->c_str(), "r");
             if (m_pInFile) {

@@ -333,8 +333,9 @@ extern char* szMibModuleName;         // name of the module last written by Prin
 
 // Releases and resets every piece of process-wide state: the tokenizer's
 // push-back character, importFiles, szMibModuleName, the written-names lists
-// of the writers and the module lists kept for imported modules.  Tests call
-// it between cases; the driver calls it before it returns.
+// of the writers, the module lists kept for imported modules and the folder
+// locks still held (see folderlock.h).  Tests call it between cases; the
+// driver calls it before it returns.
 void ResetProcessState();
 
 // Length of a file name cut at its first "." that follows a character other
@@ -422,6 +423,12 @@ void ResetImportWriterState();
 void SetImportReuse(bool enabled);
 // How many imports reused an earlier parse since the state was last reset.
 size_t ImportsReused();
+// True when an imported module's name holds a '/'.  Imported modules are
+// files named after the bare module name in the working folder; such a name
+// would reach into another folder, so it never becomes a file name: the
+// import is reported as not found, no trace file is made for it and cleanup
+// removes nothing by it.
+bool ModuleNameIsPath(const char* szModule);
 
 // ---------------------------------------------------------------------------
 // The compiler object.
