@@ -58,7 +58,7 @@ build_and_test() {
   return $status
 }
 
-install_missing cmake g++ clang libgtest-dev libgmock-dev libbenchmark-dev valgrind
+install_missing cmake g++ clang libgtest-dev libgmock-dev libbenchmark-dev valgrind tmux
 
 failed=0
 build_and_test build || failed=1
