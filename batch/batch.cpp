@@ -166,6 +166,18 @@ bool WriteReport(const std::string& name, const std::vector<Row>& rows, std::str
     return true;
 }
 
+// Where the scratch folders go: $TMPDIR when set; else the memory file system
+// /dev/shm when there is one, since every compile creates and removes its
+// work files there and that costs far less in memory than on a disk; else
+// /tmp.
+std::string ScratchRoot() {
+    const char* tmp = std::getenv("TMPDIR");
+    if (tmp && *tmp) return tmp;
+    struct stat st;
+    if (stat("/dev/shm", &st) == 0 && S_ISDIR(st.st_mode) && access("/dev/shm", W_OK | X_OK) == 0) return "/dev/shm";
+    return "/tmp";
+}
+
 int Usage(const std::string& error) {
     printf("trapsmith-batch: %s\nTry 'trapsmith-batch --help'.\n", error.c_str());
     return 2;
@@ -234,8 +246,10 @@ int BatchMain(int argc, char** argv) {
     for (int sig : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&stopSignals, sig);
     sigprocmask(SIG_BLOCK, &stopSignals, &childMask);
 
+    long processors = sysconf(_SC_NPROCESSORS_ONLN);
+    int parallel = options.jobs > 0 ? options.jobs : processors > 0 ? static_cast<int>(processors) : 1;
     Collection collection;
-    if (!CollectFiles(options.paths, options.withs, options.outdir, &collection, &error)) {
+    if (!CollectFiles(options.paths, options.withs, options.outdir, parallel, &collection, &error)) {
         printf("trapsmith-batch: %s\n", error.c_str());
         return 2;
     }
@@ -270,20 +284,19 @@ int BatchMain(int argc, char** argv) {
         rows.push_back(std::move(row));
     }
 
-    const char* tmp = std::getenv("TMPDIR");
-    std::string scratchTemplate = std::string(tmp && *tmp ? tmp : "/tmp") + "/trapsmith-batch.XXXXXX";
+    std::string scratchRoot = ScratchRoot();
+    std::string scratchTemplate = scratchRoot + "/trapsmith-batch.XXXXXX";
     std::vector<char> scratch(scratchTemplate.begin(), scratchTemplate.end());
     scratch.push_back('\0');
     if (!mkdtemp(scratch.data())) {
-        printf("trapsmith-batch: cannot create a scratch folder in %s: %s\n", tmp && *tmp ? tmp : "/tmp",
+        printf("trapsmith-batch: cannot create a scratch folder in %s: %s\n", scratchRoot.c_str(),
                std::strerror(errno));
         return 2;
     }
 
     RunnerOptions runnerOptions;
     runnerOptions.compiler = compiler;
-    long processors = sysconf(_SC_NPROCESSORS_ONLN);
-    runnerOptions.jobs = options.jobs > 0 ? options.jobs : processors > 0 ? static_cast<int>(processors) : 1;
+    runnerOptions.jobs = parallel;
     runnerOptions.timeout = options.timeout;
     runnerOptions.outdir = options.outdir;
     runnerOptions.scratch = scratch.data();

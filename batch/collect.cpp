@@ -6,10 +6,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <deque>
 #include <set>
+#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -99,6 +101,8 @@ public:
             return false;
         }
         Add(path, AbsolutePath(path), root, 0, compile);
+        ScanFile(&collection->files.back());
+        collection->files.back().scanned = true;
         const std::string& skipped = collection->files.back().skipped;
         if (skipped.compare(0, 10, "unreadable") == 0) {
             *error = "cannot read " + path + skipped.substr(10);
@@ -150,7 +154,6 @@ private:
         file.root = root;
         file.depth = depth;
         file.compile = compile;
-        ScanFile(&file);
         collection->files.push_back(std::move(file));
     }
 
@@ -179,13 +182,29 @@ std::vector<std::string> CandidateNames(const std::string& module) {
 }  // namespace
 
 bool CollectFiles(const std::vector<std::string>& paths, const std::vector<std::string>& withs,
-                  const std::string& exclude, Collection* collection, std::string* error) {
+                  const std::string& exclude, int threads, Collection* collection, std::string* error) {
     Walker walker(collection, exclude);
     int root = 0;
     for (const std::string& path : paths)
         if (!walker.Root(path, root++, true, error)) return false;
     for (const std::string& path : withs)
         if (!walker.Root(path, root++, false, error)) return false;
+
+    // The files are read and scanned on several threads: reading a large
+    // tree is a good part of a batch.  Each file is scanned by one thread
+    // and its results stay in its own record, so the outcome does not
+    // depend on the order.
+    std::atomic<size_t> next{0};
+    auto work = [&] {
+        for (size_t i = next++; i < collection->files.size(); i = next++) {
+            SourceFile& file = collection->files[i];
+            if (!file.scanned) ScanFile(&file);
+        }
+    };
+    std::vector<std::thread> pool;
+    for (int t = 1; t < threads; ++t) pool.emplace_back(work);
+    work();
+    for (std::thread& thread : pool) thread.join();
     return true;
 }
 

@@ -19,6 +19,7 @@ struct SourceFile {
     std::string skipped;   // why it is not compiled ("no module header", ...), or empty
     std::vector<std::string> modules;
     std::vector<std::string> imports;
+    bool scanned = false;
 };
 
 struct Collection {
@@ -29,10 +30,11 @@ struct Collection {
 
 // Walks every root (recursively, following links, each folder once so that a
 // link cycle ends) and scans every regular file.  `exclude` is a folder left
-// out of the walk (the output folder when it lies inside a tree).  Returns
-// false with `error` set when a root cannot be read at all.
+// out of the walk (the output folder when it lies inside a tree).  Files are
+// scanned on `threads` threads.  Returns false with `error` set when a root
+// cannot be read at all.
 bool CollectFiles(const std::vector<std::string>& paths, const std::vector<std::string>& withs,
-                  const std::string& exclude, Collection* collection, std::string* error);
+                  const std::string& exclude, int threads, Collection* collection, std::string* error);
 
 // Fills `index`: where several files define a module, the file of the
 // earliest root wins, then the one with the fewest folder levels below its

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 #include <unordered_set>
 
 namespace batch {
@@ -12,15 +13,15 @@ bool IsBlank(unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c =
 // Splits a MIB text into words as the compiler sees them for the purposes of
 // the scan: white space separates words, "--" opens a comment that ends at
 // the next "--" or at the end of the line, and a quoted text ("...", over
-// any number of lines) is one word standing for itself.
+// any number of lines) is one word standing for itself.  Words are views
+// into the text: a whole tree is scanned without copying its words.
 class Words {
 public:
     Words(const char* data, size_t size) : p(data), end(data + size) {}
 
     // The next word, or false at end of input.  Quoted texts come back as
     // the single word "\"".
-    bool Next(std::string* word) {
-        word->clear();
+    bool Next(std::string_view* word) {
         for (;;) {
             while (p < end && IsBlank(static_cast<unsigned char>(*p))) ++p;
             if (p >= end) return false;
@@ -29,14 +30,14 @@ public:
                 continue;
             }
             if (*p == '"') {
-                const char* close = static_cast<const char*>(std::memchr(p + 1, '"', static_cast<size_t>(end - p - 1)));
-                p = close ? close + 1 : end;
+                const void* close = std::memchr(p + 1, '"', static_cast<size_t>(end - p - 1));
+                p = close ? static_cast<const char*>(close) + 1 : end;
                 *word = "\"";
                 return true;
             }
             const char* start = p;
             while (p < end && !IsBlank(static_cast<unsigned char>(*p)) && !IsCommentStart()) ++p;
-            word->assign(start, static_cast<size_t>(p - start));
+            *word = std::string_view(start, static_cast<size_t>(p - start));
             return true;
         }
     }
@@ -44,9 +45,14 @@ public:
 private:
     bool IsCommentStart() const { return p + 1 < end && p[0] == '-' && p[1] == '-'; }
 
+    // To the end of the line or past the next "--".
     void SkipComment() {
         p += 2;
-        while (p < end && *p != '\n') {
+        while (p < end) {
+            const char* stop = p;
+            while (stop < end && *stop != '\n' && *stop != '-') ++stop;
+            p = stop;
+            if (p >= end || *p == '\n') return;
             if (IsCommentStart()) {
                 p += 2;
                 return;
@@ -60,42 +66,42 @@ private:
 };
 
 // A module name taken from a FROM clause loses one trailing "," or ";".
-std::string WithoutSeparator(std::string word) {
-    if (!word.empty() && (word.back() == ',' || word.back() == ';')) word.pop_back();
+std::string_view WithoutSeparator(std::string_view word) {
+    if (!word.empty() && (word.back() == ',' || word.back() == ';')) word.remove_suffix(1);
     return word;
 }
 
-bool EndsWithSemicolon(const std::string& word) { return !word.empty() && word.back() == ';'; }
+bool EndsWithSemicolon(std::string_view word) { return !word.empty() && word.back() == ';'; }
 
 // The module name in the words before DEFINITIONS: the last word, or the word
 // before a braced module identifier ("NAME { iso 3 } DEFINITIONS").
-std::string ModuleNameBefore(const std::vector<std::string>& recent) {
-    const std::string& last = recent.back();
+std::string_view ModuleNameBefore(const std::vector<std::string_view>& recent) {
+    std::string_view last = recent.back();
     if (last.empty() || last.back() != '}') return last;
     for (size_t i = recent.size(); i-- > 0;) {
         size_t brace = recent[i].find('{');
-        if (brace == std::string::npos) continue;
+        if (brace == std::string_view::npos) continue;
         if (brace > 0) return recent[i].substr(0, brace);
-        return i > 0 ? recent[i - 1] : std::string();
+        return i > 0 ? recent[i - 1] : std::string_view();
     }
-    return std::string();
+    return std::string_view();
 }
 
 }  // namespace
 
 ScanResult ScanModules(const char* data, size_t size) {
     ScanResult result;
-    std::unordered_set<std::string> seenImports;
+    std::unordered_set<std::string_view> seenImports;
     Words words(data, size);
     // The words before the current one, enough to see "NAME DEFINITIONS" and
     // "NAME { ... } DEFINITIONS".
-    std::vector<std::string> recent;
-    std::string word;
+    std::vector<std::string_view> recent;
+    std::string_view word;
     bool inModule = false;
     while (words.Next(&word)) {
         if (word == "DEFINITIONS" && !recent.empty()) {
-            std::string name = ModuleNameBefore(recent);
-            std::string assign, begin;
+            std::string name(ModuleNameBefore(recent));
+            std::string_view assign, begin;
             if (UsableModuleName(name) && words.Next(&assign)) {
                 bool header = assign == "::=BEGIN" || (assign == "::=" && words.Next(&begin) && begin == "BEGIN");
                 if (header) {
@@ -108,13 +114,13 @@ ScanResult ScanModules(const char* data, size_t size) {
             }
         } else if (word == "IMPORTS" && inModule) {
             // Up to the word that ends in ";": each FROM names a module.
-            std::string w;
+            std::string_view w;
             while (words.Next(&w)) {
                 if (w == "FROM") {
                     if (!words.Next(&w)) break;
-                    std::string module = WithoutSeparator(w);
+                    std::string_view module = WithoutSeparator(w);
                     if (!module.empty() && module != "\"" && seenImports.insert(module).second)
-                        result.imports.push_back(module);
+                        result.imports.emplace_back(module);
                 }
                 if (EndsWithSemicolon(w)) break;
             }

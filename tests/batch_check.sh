@@ -202,31 +202,7 @@ collection)
   awk -F'\t' '$3 == "crashed" || $3 == "timeout"' out/report.tsv | grep -q . && fail "crashes: $(awk -F'\t' '$3 == "crashed" || $3 == "timeout"' out/report.tsv)"
   # A flat folder where every module of the tree is linked as MODULE.mib, the
   # winners by the batch's own rule, each compiled alone.
-  mkdir flat
-  python3 - "$shared" flat <<'PY'
-import os, re, sys
-root, flat = sys.argv[1], sys.argv[2]
-words = re.compile(rb'"[^"]*"|--.*?(?:--|$)|[^\s"]+', re.M | re.S)
-best = {}
-for d, dirs, files in os.walk(root):
-    dirs.sort()
-    for f in sorted(files):
-        path = os.path.join(d, f)
-        depth = os.path.relpath(d, root).count(os.sep) + (0 if d == root else 1)
-        data = open(path, 'rb').read()
-        if b'\0' in data[:65536]:
-            continue
-        toks = [t for t in words.findall(data) if not t.startswith(b'--') and not t.startswith(b'"')]
-        for i, t in enumerate(toks):
-            if t == b'DEFINITIONS' and i > 0 and toks[i + 1:i + 3] == [b'::=', b'BEGIN']:
-                name = toks[i - 1].decode('latin-1')
-                key = (depth, path)
-                if name not in best or key < best[name]:
-                    best[name] = key
-for name, (_, path) in best.items():
-    if '/' not in name:
-        os.symlink(path, os.path.join(flat, name + '.mib'))
-PY
+  python3 "$here/../scripts/flat-folder.py" "$shared" flat > /dev/null
   awk -F'\t' '$3 == "ok" || $3 == "warnings" { print $2 }' out/report.tsv > compiled
   while read -r m; do
     (cd flat && "$trapsmith" "$m.mib" > /dev/null)

@@ -55,7 +55,7 @@ TEST_F(BatchCollect, WalkIsSortedEndsLinkCyclesAndLeavesOutTheOutputFolder) {
     ASSERT_EQ(mkfifo((root + "/tree/fifo").c_str(), 0600), 0);            // not a regular file
     batch::Collection c;
     std::string error;
-    ASSERT_TRUE(batch::CollectFiles({root + "/tree"}, {}, root + "/tree/out", &c, &error)) << error;
+    ASSERT_TRUE(batch::CollectFiles({root + "/tree"}, {}, root + "/tree/out", 2, &c, &error)) << error;
     EXPECT_THAT(Paths(c), ElementsAre("tree/a.my", "tree/b/B-MIB", "tree/c.txt"));
     EXPECT_EQ(c.files[1].depth, 1);
     EXPECT_EQ(c.files[2].skipped, "no module header");
@@ -65,13 +65,13 @@ TEST_F(BatchCollect, WalkIsSortedEndsLinkCyclesAndLeavesOutTheOutputFolder) {
 TEST_F(BatchCollect, RootsThatCannotBeRead) {
     batch::Collection c;
     std::string error;
-    EXPECT_FALSE(batch::CollectFiles({root + "/none"}, {}, "", &c, &error));
+    EXPECT_FALSE(batch::CollectFiles({root + "/none"}, {}, "", 2, &c, &error));
     EXPECT_THAT(error, ::testing::HasSubstr("cannot read"));
     Write("ok", Module("OK-MIB"));
-    EXPECT_FALSE(batch::CollectFiles({root + "/ok"}, {root + "/none"}, "", &c, &error));
+    EXPECT_FALSE(batch::CollectFiles({root + "/ok"}, {root + "/none"}, "", 2, &c, &error));
     // A file named directly is a root of its own.
     batch::Collection d;
-    ASSERT_TRUE(batch::CollectFiles({root + "/ok"}, {}, "", &d, &error));
+    ASSERT_TRUE(batch::CollectFiles({root + "/ok"}, {}, "", 2, &d, &error));
     ASSERT_EQ(d.files.size(), 1u);
     EXPECT_EQ(d.files[0].path, root + "/ok");
     EXPECT_EQ(d.files[0].modules.front(), "OK-MIB");
@@ -82,7 +82,7 @@ TEST_F(BatchCollect, BinaryFilesAreSkippedFromTheirFirstBlock) {
     Write("tree/blob", binary + Module("HIDDEN-MIB"));
     batch::Collection c;
     std::string error;
-    ASSERT_TRUE(batch::CollectFiles({root + "/tree"}, {}, "", &c, &error));
+    ASSERT_TRUE(batch::CollectFiles({root + "/tree"}, {}, "", 2, &c, &error));
     EXPECT_EQ(c.files[0].skipped, "not text");
     EXPECT_TRUE(c.files[0].modules.empty());
 }
@@ -97,7 +97,7 @@ TEST_F(BatchCollect, EarliestRootThenFewestLevelsThenPathWins) {
     Write("with/W-MIB", Module("W-MIB"));
     batch::Collection c;
     std::string error;
-    ASSERT_TRUE(batch::CollectFiles({root + "/one", root + "/two"}, {root + "/with"}, "", &c, &error));
+    ASSERT_TRUE(batch::CollectFiles({root + "/one", root + "/two"}, {root + "/with"}, "", 2, &c, &error));
     batch::BuildIndex(&c);
     EXPECT_EQ(Winner(c, "M-MIB"), "one/a/M-MIB");
     EXPECT_EQ(Winner(c, "N-MIB"), "two/N-MIB");
@@ -113,7 +113,7 @@ TEST_F(BatchCollect, ImportsFoundUnderTheCompilersCandidateNamesAndThroughOtherI
     Write("t/lower", Module("lower-mib"));           // found as "lower-mib.mib"
     batch::Collection c;
     std::string error;
-    ASSERT_TRUE(batch::CollectFiles({root + "/t"}, {}, "", &c, &error));
+    ASSERT_TRUE(batch::CollectFiles({root + "/t"}, {}, "", 2, &c, &error));
     batch::BuildIndex(&c);
     std::string link;
     size_t file;
