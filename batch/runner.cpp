@@ -96,7 +96,7 @@ public:
 
         size_t next = 0;
         while (next < jobs.size() || !running.empty()) {
-            while (next < jobs.size() && running.size() < static_cast<size_t>(options.jobs)) Start(next++);
+            StartMore(&next);
             if (running.empty()) continue;
 
             // Wait for a compile to end, a signal, the nearest time limit, or
@@ -115,7 +115,7 @@ public:
                 KillAll();
                 return sig;
             }
-            Reap(done);
+            Reap(&next, done);
             now = Clock::now();
             for (auto& [pid, run] : running) {
                 if (!run.timedOut && now >= run.deadline) {
@@ -176,17 +176,28 @@ private:
         running.emplace(pid, Running{index, slot, dir, output, start, start + limit});
     }
 
-    void Reap(const std::function<void(const JobResult*)>& done) {
+    // Takes every compile that has ended, starts the next ones in their
+    // place, and only then reads the results of those that ended: the
+    // processors go on compiling while the results are copied.
+    void Reap(size_t* next, const std::function<void(const JobResult*)>& done) {
+        std::vector<std::pair<Running, int>> ended;
         int status;
         pid_t pid;
         while ((pid = waitpid(-1, &status, WNOHANG)) > 0) {
             auto found = running.find(pid);
             if (found == running.end()) continue;
-            Running run = found->second;
+            ended.emplace_back(found->second, status);
             running.erase(found);
-            Finish(run, status);
+        }
+        StartMore(next);
+        for (const auto& [run, waitStatus] : ended) {
+            Finish(run, waitStatus);
             done(&(*results)[run.job]);
         }
+    }
+
+    void StartMore(size_t* next) {
+        while (*next < jobs.size() && running.size() < static_cast<size_t>(options.jobs)) Start((*next)++);
     }
 
     void Finish(const Running& run, int waitStatus) {

@@ -39,14 +39,16 @@ for jobs in 1 "$cpus"; do
   : > "$work/walls"
   : > "$work/sums"
   for ((i = 0; i < runs; i++)); do
-    rm -rf "$work/out"
+    # A new output folder each run, all removed at the end: removing files
+    # just before a run would slow its file creation on some file systems.
+    out=$work/out.$jobs.$i
     start=$(now)
-    "$batch" -q -j "$jobs" -o "$work/out" "$tree" > /dev/null || true
+    "$batch" -q -j "$jobs" -o "$out" "$tree" > /dev/null || true
     end=$(now)
     echo "$end - $start" | bc -l >> "$work/walls"
-    awk -F'\t' 'NR > 1 && $6 != "" { s += $6 } END { print s }' "$work/out/report.tsv" >> "$work/sums"
+    awk -F'\t' 'NR > 1 && $6 != "" { s += $6 } END { print s }' "$out/report.tsv" >> "$work/sums"
   done
-  compiled=$(awk -F'\t' 'NR > 1 && $6 != "" { n++ } END { print n }' "$work/out/report.tsv")
+  compiled=$(awk -F'\t' 'NR > 1 && $6 != "" { n++ } END { print n }' "$out/report.tsv")
   wall=$(median < "$work/walls")
   sum=$(median < "$work/sums")
   rate=$(echo "$compiled / $wall" | bc -l)
@@ -59,7 +61,7 @@ done
 
 # The same compiles as a loop of lone compiles in a flat folder.
 python3 "$root/scripts/flat-folder.py" "$tree" "$work/flat" > /dev/null
-awk -F'\t' 'NR > 1 && $6 != "" { print $2 ".mib" }' "$work/out/report.tsv" > "$work/modules"
+awk -F'\t' 'NR > 1 && $6 != "" { print $2 ".mib" }' "$out/report.tsv" > "$work/modules"
 : > "$work/loops"
 for ((i = 0; i < runs; i++)); do
   start=$(now)
