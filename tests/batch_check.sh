@@ -10,10 +10,13 @@
 #             every .cfg equal to a lone compile in a flat folder, the same
 #             with one and with three compiles at once
 # keep        a failed compile leaves the earlier .cfg untouched
+# unreadable  files that cannot be read are skipped, and named alone they stop the batch
 # faults      compilers that crash, hang, print garbage or exit 3
 # interrupt   Ctrl-C in the middle: compiles killed, scratch folders removed
 # usage       help, version, bad usage and unusable folders: exit status 2
 # terminal    the progress line as a person sees it, in tmux
+# install     cmake --install puts both programs and both manual pages in
+#             place, and the installed batch runs the trapsmith beside it
 # collection  the real tree in ../shared/collection (skipped without it)
 set -u
 batch=$(readlink -f "$1")
@@ -86,6 +89,25 @@ keep)
   cmp -s out/ACME-TC.cfg before.cfg || fail "a failed compile changed the earlier ACME-TC.cfg"
   [ "$(status_of out/report.tsv src/vendor/tc/ACME-TC)" = failed ] || fail "status of the failed compile"
   ls -A out | grep -q '^\.' && fail "temporary files left in the output folder: $(ls -A out)"
+  ;;
+unreadable)
+  mkdir src && printf 'GOOD-MIB DEFINITIONS ::= BEGIN\nEND\n' > src/GOOD
+  # A file that opens but cannot be read, also for root.
+  ln -s /proc/self/mem src/mem
+  if [ "$(id -u)" != 0 ]; then
+    printf 'SECRET-MIB DEFINITIONS ::= BEGIN\nEND\n' > src/SECRET && chmod 000 src/SECRET
+  fi
+  "$batch" -q -o out src > stdout
+  [ $? -eq 0 ] || fail "unreadable files must not fail the batch: $(cat stdout)"
+  grep -q $'^src/mem\t\tskipped\t\t\t\tunreadable: ' out/report.tsv || fail "unreadable file: $(cat out/report.tsv)"
+  if [ "$(id -u)" != 0 ]; then
+    grep -q $'^src/SECRET\t\tskipped\t.*unreadable: Permission denied' out/report.tsv || fail "file without permission: $(cat out/report.tsv)"
+  fi
+  [ "$(status_of out/report.tsv src/GOOD)" = ok ] || fail "the readable file: $(cat out/report.tsv)"
+  "$batch" -q -o out2 src/mem > stdout
+  [ $? -eq 2 ] || fail "an unreadable PATH must give exit status 2"
+  grep -q 'cannot read src/mem' stdout || fail "message for an unreadable PATH: $(cat stdout)"
+  [ -e out2/report.tsv ] && fail "a report for an unreadable PATH"
   ;;
 faults)
   mkdir -p src/a src/b src/c src/d
@@ -190,6 +212,18 @@ terminal)
   grep -q '^DONE 0' <<< "$screen" || fail "the batch did not end well: $screen"
   grep -q 'files/s' <<< "$screen" && fail "the progress line stayed after the end: $screen"
   [ "$(grep -c '^files *12$' <<< "$screen")" -eq 1 ] || fail "no summary on the screen: $screen"
+  ;;
+install)
+  build=$(dirname "$batch")
+  [ -f "$build/CMakeCache.txt" ] || { echo "skipped: $build is not a build folder"; exit 77; }
+  cmake --install "$build" --prefix "$work/prefix" > /dev/null || fail "cmake --install failed"
+  for f in bin/trapsmith bin/trapsmith-batch share/man/man1/trapsmith.1 share/man/man1/trapsmith-batch.1; do
+    [ -e "$work/prefix/$f" ] || [ -e "$work/prefix/$f.gz" ] || fail "not installed: $f"
+  done
+  mkdir src && make_tree src
+  (cd src && PATH=/nonexistent "$work/prefix/bin/trapsmith-batch" -q -o ../out vendor more --with std > /dev/null)
+  diff <(report out/report.tsv) "$here/batch/expected_report.tsv" > /dev/null ||
+    fail "the installed batch gives another report: $(cat out/report.tsv)"
   ;;
 collection)
   shared=$here/../../shared/collection
