@@ -82,6 +82,16 @@ bool WriteWhole(const std::string& target, const std::string& data, std::string*
     return true;
 }
 
+}  // namespace
+
+std::string CompilerBaseName(const std::string& file) {
+    size_t start = file.find_first_not_of('.');
+    size_t dot = start == std::string::npos ? std::string::npos : file.find('.', start);
+    return dot == std::string::npos ? file : file.substr(0, dot);
+}
+
+namespace {
+
 class Runner {
 public:
     Runner(const Collection& collection, const std::vector<Job>& jobs, const RunnerOptions& options,
@@ -241,17 +251,20 @@ private:
     // A compile that ended with status 0: its ".cfg" goes to the output folder.
     void Deliver(const Running& run, const Job& job, const CompilerOutput& out, JobResult* result) {
         bool found;
-        std::string cfg = ReadFile(run.dir + "/" + job.module + ".cfg", static_cast<size_t>(-1), &found);
+        // The compiler names its result after the file name cut at its first
+        // "." that follows another character ("A.v2.mib" gives "A.cfg").
+        const std::string written = run.dir + "/" + CompilerBaseName(job.module + ".mib") + ".cfg";
+        std::string cfg = ReadFile(written, static_cast<size_t>(-1), &found);
         if (!found) {
             result->status = Status::Crashed;
-            result->message = "exit status 0 without " + job.module + ".cfg";
+            result->message = "exit status 0 without " + written.substr(run.dir.size() + 1);
             return;
         }
         // Moved when the scratch folder and the output folder share a file
         // system, else copied; either way the result appears whole.
         std::string error;
         std::string target = options.outdir + "/" + job.module + ".cfg";
-        if (rename((run.dir + "/" + job.module + ".cfg").c_str(), target.c_str()) != 0 &&
+        if (rename(written.c_str(), target.c_str()) != 0 &&
             !WriteWhole(target, cfg, &error)) {
             result->status = Status::Failed;
             result->message = error;

@@ -41,6 +41,10 @@ struct RunnerOptions {
     sigset_t childMask;    // signal mask the compiles start with
 };
 
+// The base name the compiler gives its work files and result: the file name
+// cut at its first "." that follows a character other than ".".
+std::string CompilerBaseName(const std::string& file);
+
 // Runs every job; `done` is called after each one and about ten times a
 // second while compiles run (with a null result then).  Returns 0, or the
 // number of the signal (SIGINT, SIGTERM, SIGHUP) that stopped the batch: then

@@ -75,3 +75,16 @@ TEST(BatchOutcome, TrapCountAndFields) {
 }
 
 }  // namespace
+
+#include "runner.h"
+
+namespace {
+
+TEST(BatchOutcome, ResultNamedAfterTheCompilersBaseName) {
+    EXPECT_EQ(batch::CompilerBaseName("IF-MIB.mib"), "IF-MIB");
+    EXPECT_EQ(batch::CompilerBaseName("A.v2.mib"), "A");
+    EXPECT_EQ(batch::CompilerBaseName("..hidden.mib"), "..hidden");
+    EXPECT_EQ(batch::CompilerBaseName("..."), "...");
+}
+
+}  // namespace
