@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "collect.h"
+#include "files.h"
 #include "options.h"
 #include "outcome.h"
 #include "runner.h"
@@ -50,21 +51,6 @@ std::string SearchPath(const std::string& program) {
         if (colon == std::string::npos) return std::string();
         start = colon + 1;
     }
-}
-
-// Checks that files can be created in `folder` by creating and removing one.
-bool Writable(const std::string& folder, std::string* error) {
-    std::string probe = folder + "/.trapsmith-batch.XXXXXX";
-    std::vector<char> buffer(probe.begin(), probe.end());
-    buffer.push_back('\0');
-    int fd = mkstemp(buffer.data());
-    if (fd < 0) {
-        *error = std::strerror(errno);
-        return false;
-    }
-    close(fd);
-    unlink(buffer.data());
-    return true;
 }
 
 std::string FormatSeconds(double seconds) {
@@ -140,30 +126,7 @@ bool WriteReport(const std::string& name, const std::vector<Row>& rows, std::str
                 (r.traps >= 0 ? std::to_string(r.traps) : "") + '\t' + seconds + '\t' + Field(r.message) + '\t' +
                 Field(r.imports) + '\n';
     }
-    std::string temp = name + ".XXXXXX";
-    std::vector<char> buffer(temp.begin(), temp.end());
-    buffer.push_back('\0');
-    int fd = mkstemp(buffer.data());
-    if (fd < 0) {
-        *error = std::strerror(errno);
-        return false;
-    }
-    fchmod(fd, 0644);
-    size_t written = 0;
-    while (written < text.size()) {
-        ssize_t n = write(fd, text.data() + written, text.size() - written);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        written += static_cast<size_t>(n);
-    }
-    bool ok = written == text.size();
-    if (close(fd) != 0) ok = false;
-    if (!ok || rename(buffer.data(), name.c_str()) != 0) {
-        *error = std::strerror(errno ? errno : EIO);
-        unlink(buffer.data());
-        return false;
-    }
-    return true;
+    return WriteWhole(name, text, error);
 }
 
 // Where the scratch folders go: $TMPDIR when set; else the memory file system

@@ -1,5 +1,7 @@
 #include "runner.h"
 
+#include "files.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <spawn.h>
@@ -32,55 +34,6 @@ struct Running {
     Clock::time_point deadline;
     bool timedOut = false;
 };
-
-std::string ReadFile(const std::string& name, size_t limit, bool* ok = nullptr) {
-    std::string data;
-    int fd = open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    if (ok) *ok = fd >= 0;
-    if (fd < 0) return data;
-    char block[65536];
-    while (data.size() < limit) {
-        ssize_t n = read(fd, block, sizeof block);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) {
-            if (n < 0 && ok) *ok = false;
-            break;
-        }
-        data.append(block, static_cast<size_t>(n));
-    }
-    close(fd);
-    return data;
-}
-
-// Writes `data` to `target` whole or not at all: into a temporary file of the
-// same folder, then renamed over the target.
-bool WriteWhole(const std::string& target, const std::string& data, std::string* error) {
-    std::string folder = target.substr(0, target.rfind('/') + 1);
-    std::string name = target.substr(target.rfind('/') + 1);
-    std::string temp = folder + "." + name + ".XXXXXX";
-    std::vector<char> buffer(temp.begin(), temp.end());
-    buffer.push_back('\0');
-    int fd = mkstemp(buffer.data());
-    if (fd < 0) {
-        *error = "cannot write " + target + ": " + std::strerror(errno);
-        return false;
-    }
-    fchmod(fd, 0644);
-    size_t written = 0;
-    while (written < data.size()) {
-        ssize_t n = write(fd, data.data() + written, data.size() - written);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        written += static_cast<size_t>(n);
-    }
-    int closed = close(fd);
-    if (written != data.size() || closed != 0 || rename(buffer.data(), target.c_str()) != 0) {
-        *error = "cannot write " + target + ": " + std::strerror(errno ? errno : EIO);
-        unlink(buffer.data());
-        return false;
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -267,7 +220,7 @@ private:
         if (rename(written.c_str(), target.c_str()) != 0 &&
             !WriteWhole(target, cfg, &error)) {
             result->status = Status::Failed;
-            result->message = error;
+            result->message = "cannot write " + target + ": " + error;
             return;
         }
         result->traps = CountTraps(cfg);

@@ -16,14 +16,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/.." && pwd)
 runs=3
 tree=$root/../shared/collection
-while [ $# -gt 0 ]; do
-  case $1 in
-    --runs) runs=$2; shift ;;
-    -*) echo "unknown option $1"; exit 2 ;;
-    *) tree=$1 ;;
-  esac
-  shift
-done
+source "$here/args.sh"
+parse_runs_and_target tree "$@"
 [ -d "$tree" ] || { echo "no tree at $tree"; exit 2; }
 batch=$root/build/trapsmith-batch
 trapsmith=$root/build/trapsmith

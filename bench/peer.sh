@@ -23,14 +23,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/.." && pwd)
 runs=11
 bin=$root/build/trapsmith
-while [ $# -gt 0 ]; do
-  case $1 in
-    --runs) runs=$2; shift ;;
-    -*) echo "unknown option $1"; exit 2 ;;
-    *) bin=$1 ;;
-  esac
-  shift
-done
+source "$here/args.sh"
+parse_runs_and_target bin "$@"
 bin=$(readlink -f "$bin")
 mibs=$root/../shared/mibs
 bench_mibs=$root/../shared/bench-mibs
