@@ -51,7 +51,8 @@ public:
            std::vector<JobResult>* results)
         : collection(collection), jobs(jobs), options(options), results(results) {}
 
-    int Run(const std::function<void(const JobResult*)>& done) {
+    int Run(const std::function<void(const JobResult*)>& onDone) {
+        done = &onDone;
         results->assign(jobs.size(), JobResult());
         sigset_t waitSet;
         sigemptyset(&waitSet);
@@ -78,7 +79,7 @@ public:
                 KillAll();
                 return sig;
             }
-            Reap(&next, done);
+            Reap(&next);
             now = Clock::now();
             for (auto& [pid, run] : running) {
                 if (!run.timedOut && now >= run.deadline) {
@@ -86,7 +87,7 @@ public:
                     kill(-pid, SIGKILL);  // the whole process group: a script's children too
                 }
             }
-            done(nullptr);
+            (*done)(nullptr);
         }
         return 0;
     }
@@ -99,10 +100,12 @@ private:
         const std::string dir = slots[slot].dir;
         std::string output = dir + ".out";
         std::string mainLink = job.module + ".mib";
+        // A compile that cannot be started counts as one that crashed.
         auto fail = [&](const std::string& why) {
             result.status = Status::Crashed;
             result.message = why;
             ReleaseSlot(slot);
+            (*done)(&result);
         };
         std::map<std::string, std::string> wanted;
         wanted[mainLink] = collection.files[job.file].target;
@@ -142,7 +145,7 @@ private:
     // Takes every compile that has ended, starts the next ones in their
     // place, and only then reads the results of those that ended: the
     // processors go on compiling while the results are copied.
-    void Reap(size_t* next, const std::function<void(const JobResult*)>& done) {
+    void Reap(size_t* next) {
         std::vector<std::pair<Running, int>> ended;
         int status;
         pid_t pid;
@@ -155,7 +158,7 @@ private:
         StartMore(next);
         for (const auto& [run, waitStatus] : ended) {
             Finish(run, waitStatus);
-            done(&(*results)[run.job]);
+            (*done)(&(*results)[run.job]);
         }
     }
 
@@ -349,6 +352,7 @@ private:
     const std::vector<Job>& jobs;
     const RunnerOptions& options;
     std::vector<JobResult>* results;
+    const std::function<void(const JobResult*)>* done = nullptr;
     std::unordered_map<pid_t, Running> running;
     std::vector<Slot> slots;
     std::vector<size_t> freeSlots;

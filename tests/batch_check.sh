@@ -138,6 +138,11 @@ SCRIPT
   pgrep -f 'sleep 300' > /dev/null && fail "the hanging compile's child is still running"
   grep -q '^crashed or timed out *4$' stdout || fail "summary: $(cat stdout)"
   [ -s stderr ] && fail "standard error not empty without a terminal"
+  # A compiler that cannot be started at all.
+  printf 'not a program\n' > noexec && chmod +x noexec
+  "$batch" -o out2 --compiler ./noexec src/a src/CRASH > stdout 2> stderr
+  [ $? -eq 1 ] || fail "a compiler that cannot start must give exit status 1"
+  grep -q $'\tcrashed\t\t\t\tcannot run .*noexec' out2/report.tsv || fail "compiler not started: $(cat out2/report.tsv)"
   ;;
 interrupt)
   mkdir src
