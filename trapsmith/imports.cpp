@@ -255,7 +255,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     const std::string second = Lower(stem + ".mib");
     const std::string third = Lower(first);
 
-    CloseStream(m_pInFile);
+    CloseInput();
     // A module name too long for the 256-character file-name buffers, or one
     // that names a path rather than a file of the working folder, is reported
     // as not found without any file being opened.
@@ -284,7 +284,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
         // Parsed before: the same records, and the trace the parse wrote.
         // Its types were all written then, so none is written now.
         const ReusableImport& r = kept->second;
-        CloseStream(m_pInFile);
+        CloseInput();
         if (m_pTrapFile) fwrite(r.trace.data(), 1, r.trace.size(), m_pTrapFile);
         m_nLine = r.nLineAfter;
         chLast = r.chLastAfter;
@@ -303,7 +303,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
         const unsigned messagesBefore = m_nMessages;
 
         mods = Parse(2);
-        CloseStream(m_pInFile);
+        CloseInput();
 
         if (capture) {
             m_pTrapFile = traceFile;

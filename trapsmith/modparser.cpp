@@ -106,9 +106,10 @@ private:
 };
 
 ModListNode* ModuleParser::Run() {
-    // Every file starts afresh, without a character pushed back by a parse
-    // of an earlier file that stopped in the middle.
+    // Every file starts afresh, without a character pushed back or bytes
+    // read ahead by a parse of an earlier file that stopped in the middle.
     ResetTokenizerState();
+    mib.m_source.Attach(mib.m_pInFile);
     mib.m_nLine = 1;
     // The first block of the arena is sized after the file.
     struct stat st;
