@@ -211,17 +211,18 @@ NameValueList* NameValueList::put(NameValueList* list, const char* szName, const
 // Writes the records from the last to the first; a name already written to
 // the ".imports" file, by this list or an earlier one, is skipped.
 void NameValueList::dump(FILE* file) {
+    smitext::Out out(file);
     NameValueList* rec = back;
     for (;;) {
         const char* szName = rec->szName ? rec->szName : "";
         if (objIdList.Add(szName)) {
-            smitext::Put(file, "\n");
-            smitext::Put(file, szName);
-            smitext::Put(file, " OBJECT IDENTIFIER ::= { ");
-            smitext::Put(file, rec->szParent ? rec->szParent : "");
-            smitext::Put(file, ' ');
-            smitext::PutInt(file, rec->subid);
-            smitext::Put(file, " }");
+            out.Put("\n");
+            out.Put(szName);
+            out.Put(" OBJECT IDENTIFIER ::= { ");
+            out.Put(rec->szParent ? rec->szParent : "");
+            out.Put(' ');
+            out.PutInt(rec->subid);
+            out.Put(" }");
         }
         if (rec == this) break;
         rec = rec->back;

@@ -431,6 +431,10 @@ size_t ImportsReused();
 // removes nothing by it.
 bool ModuleNameIsPath(const char* szModule);
 
+namespace smitext {
+class Out;
+}
+
 // ---------------------------------------------------------------------------
 // The compiler object.
 // ---------------------------------------------------------------------------
@@ -467,6 +471,10 @@ public:
     // through it.  A parse attaches m_pInFile anew when it starts, and GetToken
     // attaches the stream it is handed when that is another one.
     MibSource m_source;
+
+    // The buffer Trace gathers its records in while a parse is under way
+    // (see Parse); otherwise null, and each record is written at once.
+    smitext::Out* m_traceOut = nullptr;
 
     // Catalog messages printed by this object so far.
     unsigned m_nMessages = 0;

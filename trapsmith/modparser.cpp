@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "mib2trap.h"
+#include "smitext.h"
 
 importFilesList* importFiles = nullptr;
 
@@ -491,8 +492,15 @@ void ModuleParser::DropRecord(node* r) {
 }  // namespace
 
 ModListNode* CMib2Trap::Parse(int pass) {
+    // The trace records of the parse are gathered in one buffer, which is
+    // written out when the parse returns: nothing else writes to the trace
+    // file meanwhile.
+    smitext::Out trace(m_pTrapFile);
+    m_traceOut = &trace;
     ModuleParser parser(*this, pass);
-    return parser.Run();
+    ModListNode* list = parser.Run();
+    m_traceOut = nullptr;
+    return list;
 }
 
 // Reads "::= BEGIN" after DEFINITIONS.
