@@ -57,17 +57,25 @@ public:
     // how many.
     template <class Stop>
     size_t CopyRun(char* dst, size_t room, Stop stop) {
-        size_t copied = 0;
-        while (copied < room && (m_cur != m_end || Refill())) {
-            const size_t avail = static_cast<size_t>(m_end - m_cur);
-            const unsigned char* end = Find(m_cur, m_cur + (avail < room - copied ? avail : room - copied), stop);
-            const size_t n = static_cast<size_t>(end - m_cur);
-            memcpy(dst + copied, m_cur, n);
-            copied += n;
-            m_cur = end;
-            if (end != m_end) break;
+        char* out = dst;
+        char* const limit = dst + room;
+        while (out != limit && (m_cur != m_end || Refill())) {
+            const unsigned char* p = m_cur;
+            const size_t avail = static_cast<size_t>(m_end - p);
+            const size_t want = static_cast<size_t>(limit - out);
+            const unsigned char* const end = p + (avail < want ? avail : want);
+            // Copied as it is scanned: runs are mostly short words.
+            for (; end - p >= 8; p += 8, out += 8) {
+                uint64_t v;
+                memcpy(&v, p, 8);
+                if (!stop.NoneIn(v)) break;
+                memcpy(out, &v, 8);
+            }
+            for (; p != end && !stop(*p); ++p) *out++ = static_cast<char>(*p);
+            m_cur = p;
+            if (p != m_end) break;
         }
-        return copied;
+        return static_cast<size_t>(out - dst);
     }
     // Takes the whole run.
     template <class Stop>

@@ -31,7 +31,24 @@ public:
                 return;
             }
         }
-        memcpy(m_buf + m_len, text, len);
+        char* const to = m_buf + m_len;
+        if (len <= 16) {
+            // Most pieces are a few characters: two overlapping fixed-size
+            // moves copy them without a call.
+            if (len >= 8) {
+                memcpy(to, text, 8);
+                memcpy(to + len - 8, text + len - 8, 8);
+            } else if (len >= 4) {
+                memcpy(to, text, 4);
+                memcpy(to + len - 4, text + len - 4, 4);
+            } else if (len != 0) {
+                to[0] = text[0];
+                to[len / 2] = text[len / 2];
+                to[len - 1] = text[len - 1];
+            }
+        } else {
+            memcpy(to, text, len);
+        }
         m_len += len;
     }
     void Put(const char* text) { Put(text, strlen(text)); }

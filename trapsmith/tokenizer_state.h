@@ -27,7 +27,7 @@ inline void CountLine(int* pLine) {
 // indentation, ends at a newline or at anything but white space; a word cut
 // for its length is skipped up to white space.
 struct LineBlanksEnd {
-    bool operator()(unsigned char c) const { return c == '\n' || !IsMibSpace(c); }
+    bool operator()(unsigned char c) const { return c != ' ' && (c != '\t' && (c < '\v' || c > '\r')); }
     bool NoneIn(uint64_t v) const { return v == MibSource::Eight(' '); }
 };
 struct SpaceStop {
