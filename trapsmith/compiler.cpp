@@ -146,7 +146,7 @@ CMib2Trap::~CMib2Trap() {
     // An imported module's object is driven by import resolution, which leaves
     // its trace file open; an object whose Initialize failed half-way holds a
     // stream too.  Close whatever is still open so nothing outlives the object.
-    CloseStream(m_pInFile);
+    CloseInput();
     CloseStream(m_pTrapFile);
     CloseStream(m_pCfgFile);
     CloseStream(m_pOutFile);
@@ -214,6 +214,11 @@ bool CMib2Trap::Initialize(const char* szFile, const char* szOutFile, int pass) 
     return true;
 }
 
+void CMib2Trap::CloseInput() {
+    m_source.Attach(nullptr);
+    CloseStream(m_pInFile);
+}
+
 bool CMib2Trap::CompileMIB(const char* szFile, int pass) {
     m_strInFile = szFile;
     m_pInFile = szFile ? OpenStream(szFile, "r") : nullptr;
@@ -229,7 +234,7 @@ bool CMib2Trap::CompileMIB(const char* szFile, int pass) {
     Trace("#-MIBFILE: %s\n\n", szFile);
 
     ModListNode* list = Parse(pass);
-    CloseStream(m_pInFile);
+    CloseInput();
 
     if (list && WritesDefinitions(pass)) {
         bool ok = true;

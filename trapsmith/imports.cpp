@@ -211,17 +211,18 @@ NameValueList* NameValueList::put(NameValueList* list, const char* szName, const
 // Writes the records from the last to the first; a name already written to
 // the ".imports" file, by this list or an earlier one, is skipped.
 void NameValueList::dump(FILE* file) {
+    smitext::Out out(file);
     NameValueList* rec = back;
     for (;;) {
         const char* szName = rec->szName ? rec->szName : "";
         if (objIdList.Add(szName)) {
-            smitext::Put(file, "\n");
-            smitext::Put(file, szName);
-            smitext::Put(file, " OBJECT IDENTIFIER ::= { ");
-            smitext::Put(file, rec->szParent ? rec->szParent : "");
-            smitext::Put(file, ' ');
-            smitext::PutInt(file, rec->subid);
-            smitext::Put(file, " }");
+            out.Put("\n");
+            out.Put(szName);
+            out.Put(" OBJECT IDENTIFIER ::= { ");
+            out.Put(rec->szParent ? rec->szParent : "");
+            out.Put(' ');
+            out.PutInt(rec->subid);
+            out.Put(" }");
         }
         if (rec == this) break;
         rec = rec->back;
@@ -255,7 +256,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     const std::string second = Lower(stem + ".mib");
     const std::string third = Lower(first);
 
-    CloseStream(m_pInFile);
+    CloseInput();
     // A module name too long for the 256-character file-name buffers, or one
     // that names a path rather than a file of the working folder, is reported
     // as not found without any file being opened.
@@ -284,7 +285,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
         // Parsed before: the same records, and the trace the parse wrote.
         // Its types were all written then, so none is written now.
         const ReusableImport& r = kept->second;
-        CloseStream(m_pInFile);
+        CloseInput();
         if (m_pTrapFile) fwrite(r.trace.data(), 1, r.trace.size(), m_pTrapFile);
         m_nLine = r.nLineAfter;
         chLast = r.chLastAfter;
@@ -303,7 +304,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
         const unsigned messagesBefore = m_nMessages;
 
         mods = Parse(2);
-        CloseStream(m_pInFile);
+        CloseInput();
 
         if (capture) {
             m_pTrapFile = traceFile;

@@ -1,5 +1,7 @@
 // The reserved words of the MIB language and the 32-bucket hash the tokenizer
-// uses to classify a finished word.
+// classifies every finished word with: the word's byte sum picks a bucket,
+// and the bucket's chain is walked for the entry of the same sum and text.
+#include <bitset>
 #include <cstring>
 
 #include "mib2trap.h"
@@ -15,6 +17,24 @@ constexpr int32_t TextLength(const char* s) {
 constexpr tok Keyword(const char* szName, int32_t nToken) {
     return tok{szName, TextLength(szName), nToken, 0, nullptr};
 }
+
+// The first two characters of every keyword (a one-character keyword with
+// its terminator): a word that starts otherwise, as nearly every label does,
+// is known not to be a keyword without summing its bytes.
+class KeywordStarts {
+public:
+    explicit KeywordStarts(const tok* table) {
+        for (const tok* t = table; t->szName != nullptr; ++t) m_starts.set(Key(t->szName));
+    }
+    bool MayStart(const char* word) const { return m_starts.test(Key(word)); }
+
+private:
+    static size_t Key(const char* s) {
+        const unsigned char first = static_cast<unsigned char>(s[0]);
+        return static_cast<size_t>(first) << 8 | (first != 0 ? static_cast<unsigned char>(s[1]) : 0u);
+    }
+    std::bitset<65536> m_starts;
+};
 
 }  // namespace
 
@@ -138,14 +158,25 @@ tok g_tokens[NUM_KEYWORDS + 1] = {
     tok{nullptr, 0, 0, 0, nullptr},
 };
 
-int32_t KeywordHash(const char* sz) {
-    // Bytes count as signed 8-bit values.  The sum is kept unsigned so that a
-    // very long text wraps instead of overflowing; the result is the same
-    // two's-complement value.
+namespace {
+
+// The byte sum of a text, each byte taken as a signed 8-bit value, and its
+// length.  The sum is kept unsigned so that a very long text wraps instead
+// of overflowing; the result is the same two's-complement value.
+int32_t ByteSum(const char* sz, size_t* pLen) {
     uint32_t sum = 0;
-    for (const unsigned char* p = reinterpret_cast<const unsigned char*>(sz); *p != '\0'; ++p)
-        sum += static_cast<uint32_t>(static_cast<int32_t>(static_cast<signed char>(*p)));
+    size_t len = 0;
+    for (unsigned char c; (c = static_cast<unsigned char>(sz[len])) != '\0'; ++len)
+        sum += static_cast<uint32_t>(static_cast<int32_t>(static_cast<signed char>(c)));
+    *pLen = len;
     return static_cast<int32_t>(sum);
+}
+
+}  // namespace
+
+int32_t KeywordHash(const char* sz) {
+    size_t len;
+    return ByteSum(sz, &len);
 }
 
 void CMib2Trap::HashInit() {
@@ -159,4 +190,15 @@ void CMib2Trap::HashInit() {
         t->pNext = m_pBuckets[bucket];
         m_pBuckets[bucket] = t;
     }
+}
+
+const tok* CMib2Trap::FindKeyword(const char* szWord) const {
+    static const KeywordStarts starts(g_tokens);
+    if (!starts.MayStart(szWord)) return nullptr;
+    size_t len;
+    const int32_t hash = ByteSum(szWord, &len);
+    for (const tok* t = m_pBuckets[static_cast<uint32_t>(hash) & 31u]; t != nullptr; t = t->pNext)
+        if (t->nHash == hash && static_cast<size_t>(t->nLen) == len && memcmp(t->szName, szWord, len) == 0)
+            return t;
+    return nullptr;
 }

@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "flat_index.h"
+#include "mibsource.h"
 
 // ---------------------------------------------------------------------------
 // Token codes.  The values are stored in parse records (kind, syntax, status)
@@ -430,6 +431,10 @@ size_t ImportsReused();
 // removes nothing by it.
 bool ModuleNameIsPath(const char* szModule);
 
+namespace smitext {
+class Out;
+}
+
 // ---------------------------------------------------------------------------
 // The compiler object.
 // ---------------------------------------------------------------------------
@@ -441,7 +446,7 @@ public:
     const char* m_strInFile;  // not owned
     FILE* m_pOutFile;
     FILE* m_pTrapFile;  // trace file
-    FILE* m_pInFile;    // MIB input, open only while compiling
+    FILE* m_pInFile;    // MIB input, open only while compiling; read through m_source
     FILE* m_pCfgFile;   // intermediate output (modes 1 and 3)
     char m_tmpFileStr[128];
     int m_nLine;
@@ -462,6 +467,15 @@ public:
     // The records of the parse under way.
     RecordArena m_arena;
 
+    // The bytes of the input stream: GetToken and the text readers read
+    // through it.  A parse attaches m_pInFile anew when it starts, and GetToken
+    // attaches the stream it is handed when that is another one.
+    MibSource m_source;
+
+    // The buffer Trace gathers its records in while a parse is under way
+    // (see Parse); otherwise null, and each record is written at once.
+    smitext::Out* m_traceOut = nullptr;
+
     // Catalog messages printed by this object so far.
     unsigned m_nMessages = 0;
 
@@ -478,6 +492,8 @@ public:
     // Compiler object and modes.
     bool Initialize(const char* szFile, const char* szOutFile, int pass);
     bool CompileMIB(const char* szFile, int pass);
+    // Closes m_pInFile and detaches it from m_source.
+    void CloseInput();
 
     // Message catalog.
     static char* LoadString(unsigned int ID);
@@ -490,8 +506,11 @@ public:
 #endif
         ;
 
-    // Keyword table and tokenizer.
+    // Keyword table and tokenizer.  FindKeyword walks the bucket of the
+    // word's byte sum for the entry of that text; it finds nothing before
+    // HashInit has linked this object's buckets.
     void HashInit();
+    const tok* FindKeyword(const char* szWord) const;
     int GetToken(FILE* fp, char* szToken, int fFlag);
     char* MibGetModFromLine(const char* szLine, const char* szMatch);
 

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "mib2trap.h"
+#include "smitext.h"
 
 importFilesList* importFiles = nullptr;
 
@@ -106,9 +107,10 @@ private:
 };
 
 ModListNode* ModuleParser::Run() {
-    // Every file starts afresh, without a character pushed back by a parse
-    // of an earlier file that stopped in the middle.
+    // Every file starts afresh, without a character pushed back or bytes
+    // read ahead by a parse of an earlier file that stopped in the middle.
     ResetTokenizerState();
+    mib.m_source.Attach(mib.m_pInFile);
     mib.m_nLine = 1;
     // The first block of the arena is sized after the file.
     struct stat st;
@@ -490,8 +492,15 @@ void ModuleParser::DropRecord(node* r) {
 }  // namespace
 
 ModListNode* CMib2Trap::Parse(int pass) {
+    // The trace records of the parse are gathered in one buffer, which is
+    // written out when the parse returns: nothing else writes to the trace
+    // file meanwhile.
+    smitext::Out trace(m_pTrapFile);
+    m_traceOut = &trace;
     ModuleParser parser(*this, pass);
-    return parser.Run();
+    ModListNode* list = parser.Run();
+    m_traceOut = nullptr;
+    return list;
 }
 
 // Reads "::= BEGIN" after DEFINITIONS.

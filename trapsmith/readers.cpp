@@ -27,14 +27,18 @@ void ConsumePushBack(int* pLine) {
     chLast = ' ';
 }
 
+// A quoted text is read in runs up to its closing quote or the next newline.
+constexpr MibSource::EitherOf kQuoteOrNewline{'"', '\n'};
+
 // Reads up to and including the next double quote, counting newlines.
 // Returns false at end of input.
-bool SkipToQuote(FILE* fp, int* pLine) {
+bool SkipToQuote(MibSource& in, int* pLine) {
     for (;;) {
-        const int c = ReadMibChar(fp);
+        in.SkipRun(kQuoteOrNewline);
+        const int c = in.Take();
         if (c == EOF) return false;
         if (c == '"') return true;
-        if (c == '\n') CountLine(pLine);
+        CountLine(pLine);
     }
 }
 
@@ -104,8 +108,8 @@ char* CMib2Trap::GetQuotedText(FILE* pFile, char* szToken) {
         ConsumePushBack(&m_nLine);
         text[len++] = ' ';
         for (;;) {
-            len += TakeUntil(pFile, text + len, QUOTED_MAX - len, '"', '\n');
-            const int c = ReadMibChar(pFile);
+            len += m_source.CopyRun(text + len, QUOTED_MAX - len, kQuoteOrNewline);
+            const int c = m_source.Take();
             if (c == '"') break;
             if (c == EOF) {
                 DisplayMsg(126);
@@ -117,19 +121,14 @@ char* CMib2Trap::GetQuotedText(FILE* pFile, char* szToken) {
                 cut = true;
                 break;
             }
-            text[len++] = static_cast<char>(c);
-            if (c == '\n') {
-                CountLine(&m_nLine);
-                // Drop the indentation of the next line.
-                auto indent = [](unsigned char b) { return b != '\n' && IsMibSpace(b); };
-                SkipRun(pFile, indent);
-                int d = ReadMibChar(pFile);
-                while (d != '\n' && IsMibSpace(d)) d = ReadMibChar(pFile);
-                if (d != EOF) ungetc(d, pFile);
-            }
+            // A newline, since the run stopped short of its room: kept, and
+            // the indentation of the next line dropped.
+            CountLine(&m_nLine);
+            text[len++] = '\n';
+            m_source.SkipRun(LineBlanksEnd{});
         }
     }
-    if (cut) SkipToQuote(pFile, &m_nLine);
+    if (cut) SkipToQuote(m_source, &m_nLine);
     return CopyRecordText(text, len);
 }
 
@@ -142,7 +141,7 @@ bool CMib2Trap::SkipRefText(char* szToken) {
     const size_t len = strlen(szToken);
     if (len == 1 || szToken[len - 1] != '"') {
         ConsumePushBack(&m_nLine);
-        if (!SkipToQuote(m_pInFile, &m_nLine)) {
+        if (!SkipToQuote(m_source, &m_nLine)) {
             DisplayMsg(205);
             return false;
         }

@@ -10,55 +10,78 @@
 namespace smitext {
 
 // Unformatted output: the writers and the trace write their texts piece by
-// piece, without the C library's formatter.  The compiler runs on one
-// thread, so the stream lock is skipped.
-//
-// A piece that fits in the room left in the stream's buffer is copied
-// straight into it, exactly as putc stores a single character (glibc keeps
-// that room between _IO_write_ptr and _IO_write_end, and keeps it empty for
-// line-buffered and unbuffered streams, so those still go through fwrite).
-inline void Put(FILE* file, const char* text, size_t len) {
-#if defined(__GLIBC__)
-    if (len != 0 && static_cast<size_t>(file->_IO_write_end - file->_IO_write_ptr) >= len) {
-        char* const out = file->_IO_write_ptr;
+// piece, without the C library's formatter.  The pieces are gathered in a
+// buffer of the writer's own and go to the stream in large writes: when the
+// buffer is full, and when the Out goes out of scope.  Nothing else writes
+// to the stream while an Out for it holds text.
+class Out {
+public:
+    explicit Out(FILE* stream) : m_stream(stream) {}
+    ~Out() { Flush(); }
+    Out(const Out&) = delete;
+    Out& operator=(const Out&) = delete;
+
+    FILE* Stream() const { return m_stream; }
+
+    void Put(const char* text, size_t len) {
+        if (len > sizeof m_buf - m_len) {
+            Flush();
+            if (len > sizeof m_buf) {
+                fwrite(text, 1, len, m_stream);
+                return;
+            }
+        }
+        char* const to = m_buf + m_len;
         if (len <= 16) {
             // Most pieces are a few characters: two overlapping fixed-size
             // moves copy them without a call.
             if (len >= 8) {
-                memcpy(out, text, 8);
-                memcpy(out + len - 8, text + len - 8, 8);
+                memcpy(to, text, 8);
+                memcpy(to + len - 8, text + len - 8, 8);
             } else if (len >= 4) {
-                memcpy(out, text, 4);
-                memcpy(out + len - 4, text + len - 4, 4);
-            } else {
-                out[0] = text[0];
-                out[len / 2] = text[len / 2];
-                out[len - 1] = text[len - 1];
+                memcpy(to, text, 4);
+                memcpy(to + len - 4, text + len - 4, 4);
+            } else if (len != 0) {
+                to[0] = text[0];
+                to[len / 2] = text[len / 2];
+                to[len - 1] = text[len - 1];
             }
         } else {
-            memcpy(out, text, len);
+            memcpy(to, text, len);
         }
-        file->_IO_write_ptr = out + len;
-        return;
+        m_len += len;
     }
-#endif
-    fwrite_unlocked(text, 1, len, file);
-}
-inline void Put(FILE* file, const char* text) { Put(file, text, strlen(text)); }
-inline void Put(FILE* file, char c) { putc_unlocked(c, file); }
-// A decimal int, as "%d" writes it.
-inline void PutInt(FILE* file, int value) {
-    char digits[12];
-    char* end = digits + sizeof digits;
-    char* p = end;
-    unsigned int magnitude = value < 0 ? 0u - static_cast<unsigned int>(value) : static_cast<unsigned int>(value);
-    do {
-        *--p = static_cast<char>('0' + magnitude % 10);
-        magnitude /= 10;
-    } while (magnitude != 0);
-    if (value < 0) *--p = '-';
-    Put(file, p, static_cast<size_t>(end - p));
-}
+    void Put(const char* text) { Put(text, strlen(text)); }
+    void Put(char c) {
+        if (m_len == sizeof m_buf) Flush();
+        m_buf[m_len++] = c;
+    }
+    // A decimal int, as "%d" writes it.
+    void PutInt(int value) {
+        char digits[12];
+        char* end = digits + sizeof digits;
+        char* p = end;
+        unsigned int magnitude =
+            value < 0 ? 0u - static_cast<unsigned int>(value) : static_cast<unsigned int>(value);
+        do {
+            *--p = static_cast<char>('0' + magnitude % 10);
+            magnitude /= 10;
+        } while (magnitude != 0);
+        if (value < 0) *--p = '-';
+        Put(p, static_cast<size_t>(end - p));
+    }
+    // Writes what the buffer holds; errors show in the stream's state, which
+    // the code that closes it reports.
+    void Flush() {
+        if (m_len != 0) fwrite(m_buf, 1, m_len, m_stream);
+        m_len = 0;
+    }
+
+private:
+    FILE* const m_stream;
+    size_t m_len = 0;
+    char m_buf[4096];
+};
 
 // Absent texts are written as the empty string rather than dereferenced.
 inline const char* Text(const char* sz) { return sz ? sz : ""; }
@@ -71,26 +94,26 @@ inline constexpr const char* kTextualConventionNames[] = {
 };
 
 // A type name followed by its subtype when there is one.
-inline void WriteNamed(FILE* file, const char* szName, const char* szSubtype) {
-    Put(file, szName);
+inline void WriteNamed(Out& out, const char* szName, const char* szSubtype) {
+    out.Put(szName);
     if (szSubtype) {
-        Put(file, ' ');
-        Put(file, szSubtype);
+        out.Put(' ');
+        out.Put(szSubtype);
     }
-    Put(file, '\n');
+    out.Put('\n');
 }
 
 // An enumeration "opener\tname(value),\n\t...\n\t}\n".
-inline void WriteEnums(FILE* file, const char* szOpener, const MibEnumList* ep) {
-    Put(file, szOpener);
+inline void WriteEnums(Out& out, const char* szOpener, const MibEnumList* ep) {
+    out.Put(szOpener);
     for (const MibEnumList* e = ep; e; e = e->next) {
-        Put(file, e == ep ? "\t" : ",\n\t");
-        Put(file, Text(e->szLabel));
-        Put(file, '(');
-        PutInt(file, e->value);
-        Put(file, ')');
+        out.Put(e == ep ? "\t" : ",\n\t");
+        out.Put(Text(e->szLabel));
+        out.Put('(');
+        out.PutInt(e->value);
+        out.Put(')');
     }
-    Put(file, "\n\t}\n");
+    out.Put("\n\t}\n");
 }
 
 }  // namespace smitext

@@ -6,9 +6,10 @@
 #include "mib2trap.h"
 #include "smitext.h"
 
-// Writes one printf-style record to the trace file.  Without an open trace
-// file (before Initialize, or after the compile closed it) the record is
-// dropped; write errors on the trace file are ignored.
+// Writes one printf-style record to the trace file: into the parse's trace
+// buffer while a parse is under way, at once otherwise.  Without an open
+// trace file (before Initialize, or after the compile closed it) the record
+// is dropped; write errors on the trace file are ignored.
 //
 // The records use only %s and %d, which are written here directly: the trace
 // takes a record for nearly every clause of a MIB, and the C library's
@@ -67,6 +68,44 @@ const SplitFormat* SplitOf(const char* fmt) {
     return &slot;
 }
 
+// One record through out; a conversion other than %s and %d hands the rest
+// of the format to the C library, after what out holds.
+void WriteRecord(smitext::Out& out, FILE* file, const char* fmt, va_list ap) {
+    if (const SplitFormat* split = SplitOf(fmt)) {
+        for (int i = 0; i < split->nPieces; ++i) {
+            const SplitFormat::Piece& piece = split->pieces[i];
+            if (piece.text) {
+                out.Put(piece.text, piece.len);
+            } else if (piece.conv == 's') {
+                const char* text = va_arg(ap, const char*);
+                out.Put(text ? text : "(null)");
+            } else {
+                out.PutInt(va_arg(ap, int));
+            }
+        }
+        return;
+    }
+    for (const char* p = fmt;;) {
+        const char* pct = strchr(p, '%');
+        if (!pct) {
+            out.Put(p);
+            break;
+        }
+        out.Put(p, static_cast<size_t>(pct - p));
+        if (pct[1] == 's') {
+            const char* s = va_arg(ap, const char*);
+            out.Put(s ? s : "(null)");
+        } else if (pct[1] == 'd') {
+            out.PutInt(va_arg(ap, int));
+        } else {
+            out.Flush();
+            vfprintf(file, pct, ap);
+            break;
+        }
+        p = pct + 2;
+    }
+}
+
 }  // namespace
 
 void CMib2Trap::Trace(const char* fmt, ...) {
@@ -74,38 +113,11 @@ void CMib2Trap::Trace(const char* fmt, ...) {
     if (!file) return;
     va_list ap;
     va_start(ap, fmt);
-    if (const SplitFormat* split = SplitOf(fmt)) {
-        for (int i = 0; i < split->nPieces; ++i) {
-            const SplitFormat::Piece& piece = split->pieces[i];
-            if (piece.text) {
-                smitext::Put(file, piece.text, piece.len);
-            } else if (piece.conv == 's') {
-                const char* text = va_arg(ap, const char*);
-                smitext::Put(file, text ? text : "(null)");
-            } else {
-                smitext::PutInt(file, va_arg(ap, int));
-            }
-        }
-        va_end(ap);
-        return;
-    }
-    for (const char* p = fmt;;) {
-        const char* pct = strchr(p, '%');
-        if (!pct) {
-            smitext::Put(file, p);
-            break;
-        }
-        smitext::Put(file, p, static_cast<size_t>(pct - p));
-        if (pct[1] == 's') {
-            const char* s = va_arg(ap, const char*);
-            smitext::Put(file, s ? s : "(null)");
-        } else if (pct[1] == 'd') {
-            smitext::PutInt(file, va_arg(ap, int));
-        } else {
-            vfprintf(file, pct, ap);
-            break;
-        }
-        p = pct + 2;
+    if (m_traceOut && m_traceOut->Stream() == file) {
+        WriteRecord(*m_traceOut, file, fmt, ap);
+    } else {
+        smitext::Out out(file);
+        WriteRecord(out, file, fmt, ap);
     }
     va_end(ap);
 }

@@ -20,37 +20,39 @@ using smitext::kTextualConventionNames;
 MibTokenList* pUserTypeList = nullptr;
 std::unordered_set<std::string> writtenTypeNames;
 
-void WriteUserType(FILE* file, const MibUserType* utp) {
-    fprintf(file, "\n%s ::=\n\t", Text(utp->szName));
+void WriteUserType(smitext::Out& out, const MibUserType* utp) {
+    out.Put('\n');
+    out.Put(Text(utp->szName));
+    out.Put(" ::=\n\t");
     const int code = utp->type;
     switch (code) {
-    case TOK_OBJECT_IDENTIFIER: fputs("OBJECT IDENTIFIER\n", file); break;
-    case TOK_OCTET_STRING: WriteNamed(file, "OCTET STRING", utp->szSubtype); break;
+    case TOK_OBJECT_IDENTIFIER: out.Put("OBJECT IDENTIFIER\n"); break;
+    case TOK_OCTET_STRING: WriteNamed(out, "OCTET STRING", utp->szSubtype); break;
     case TOK_INTEGER:
         if (utp->enums)
-            WriteEnums(file, "INTEGER {\n", utp->enums);
+            WriteEnums(out, "INTEGER {\n", utp->enums);
         else
-            WriteNamed(file, "INTEGER", utp->szSubtype);
+            WriteNamed(out, "INTEGER", utp->szSubtype);
         break;
     // These base types are written without their subtype.
-    case TOK_NETWORKADDRESS: fputs("NetworkAddress\n", file); break;
-    case TOK_IPADDRESS: fputs("IpAddress\n", file); break;
-    case TOK_COUNTER: fputs("Counter\n", file); break;
-    case TOK_GAUGE: fputs("Gauge\n", file); break;
-    case TOK_TIMETICKS: fputs("TimeTicks\n", file); break;
-    case TOK_DISPLAYSTRING: WriteNamed(file, "DisplayString", utp->szSubtype); break;
-    case TOK_PHYSADDRESS: WriteNamed(file, "PhysAddress", utp->szSubtype); break;
+    case TOK_NETWORKADDRESS: out.Put("NetworkAddress\n"); break;
+    case TOK_IPADDRESS: out.Put("IpAddress\n"); break;
+    case TOK_COUNTER: out.Put("Counter\n"); break;
+    case TOK_GAUGE: out.Put("Gauge\n"); break;
+    case TOK_TIMETICKS: out.Put("TimeTicks\n"); break;
+    case TOK_DISPLAYSTRING: WriteNamed(out, "DisplayString", utp->szSubtype); break;
+    case TOK_PHYSADDRESS: WriteNamed(out, "PhysAddress", utp->szSubtype); break;
     case TOK_BITS:
         if (utp->enums)
-            WriteEnums(file, "OCTET STRING {\n", utp->enums);
+            WriteEnums(out, "OCTET STRING {\n", utp->enums);
         else
-            WriteNamed(file, "OCTET STRING", utp->szSubtype);
+            WriteNamed(out, "OCTET STRING", utp->szSubtype);
         break;
     default:
         if (code >= TOK_MACADDRESS && code <= TOK_TADDRESS)
-            WriteNamed(file, kTextualConventionNames[code - TOK_MACADDRESS], utp->szSubtype);
+            WriteNamed(out, kTextualConventionNames[code - TOK_MACADDRESS], utp->szSubtype);
         else
-            fputs("OCTET STRING\n", file);  // Opaque, NULL, Counter64, Unsigned32 ...
+            out.Put("OCTET STRING\n");  // Opaque, NULL, Counter64, Unsigned32 ...
         break;
     }
 }
@@ -70,6 +72,7 @@ void ResetUserTypeWriterState() {
 
 bool CMib2Trap::PrintUserTypes(FILE* file) {
     if (!m_pUserTypeList) return true;
+    smitext::Out out(file);
 
     for (MibTokenList* e = m_pUserTypeList->forw; e && e != m_pUserTypeList; e = e->forw) {
         MibUserType* utp = reinterpret_cast<MibUserType*>(e->szToken);
@@ -81,7 +84,7 @@ bool CMib2Trap::PrintUserTypes(FILE* file) {
             FreeUserTypeElement(utp);
             continue;
         }
-        WriteUserType(file, utp);
+        WriteUserType(out, utp);
         // The name alone keeps later definitions out; a record that cannot
         // be kept for lack of memory is released.
         CreateTokenListHead(&pUserTypeList);

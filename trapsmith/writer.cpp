@@ -25,8 +25,6 @@ namespace {
 // lists they came from have been freed.
 WrittenNames objIdList;
 
-using smitext::Put;
-using smitext::PutInt;
 using smitext::Text;
 using smitext::WriteEnums;
 using smitext::WriteNamed;
@@ -73,65 +71,65 @@ std::string IndexText(const MibTokenList* head) {
 
 // The SYNTAX text of an OBJECT-TYPE; returns the INDEX text it builds for a
 // named type.
-std::string WriteSyntax(FILE* file, const node* np) {
+std::string WriteSyntax(smitext::Out& out, const node* np) {
     std::string index;
     const int code = np->syntax;
     switch (code) {
     case TOK_LABEL:
-        Put(file, Text(np->szUserDef));
-        Put(file, '\n');
+        out.Put(Text(np->szUserDef));
+        out.Put('\n');
         index = IndexText(np->index_names);
         break;
     case TOK_OBJECT_IDENTIFIER:
-        fputs("OBJECT IDENTIFIER\n", file);
+        out.Put("OBJECT IDENTIFIER\n");
         break;
     case TOK_OCTET_STRING:
-        WriteNamed(file, "OCTET STRING", np->szSubtype);
+        WriteNamed(out, "OCTET STRING", np->szSubtype);
         break;
     case TOK_INTEGER:
     case TOK_UNSIGNED32:
         if (np->enums)
-            WriteEnums(file, "INTEGER {\n", np->enums);
+            WriteEnums(out, "INTEGER {\n", np->enums);
         else
-            WriteNamed(file, "INTEGER", np->szSubtype);
+            WriteNamed(out, "INTEGER", np->szSubtype);
         break;
-    case TOK_NETWORKADDRESS: fputs("NetworkAddress\n", file); break;
-    case TOK_IPADDRESS: fputs("IpAddress\n", file); break;
+    case TOK_NETWORKADDRESS: out.Put("NetworkAddress\n"); break;
+    case TOK_IPADDRESS: out.Put("IpAddress\n"); break;
     case TOK_COUNTER:
-    case TOK_COUNTER64: fputs("Counter\n", file); break;
-    case TOK_GAUGE: fputs("Gauge\n", file); break;
-    case TOK_TIMETICKS: fputs("TimeTicks\n", file); break;
-    case TOK_OPAQUE: fputs("Opaque\n", file); break;
+    case TOK_COUNTER64: out.Put("Counter\n"); break;
+    case TOK_GAUGE: out.Put("Gauge\n"); break;
+    case TOK_TIMETICKS: out.Put("TimeTicks\n"); break;
+    case TOK_OPAQUE: out.Put("Opaque\n"); break;
     case TOK_SEQUENCE:
-        fputs("SEQUENCE {\n", file);
+        out.Put("SEQUENCE {\n");
         for (const tagBracedList* b = np->sequence; b; b = b->pNext) {
-            Put(file, b == np->sequence ? "\t" : ",\n\t");
-            Put(file, Text(b->szString));
+            out.Put(b == np->sequence ? "\t" : ",\n\t");
+            out.Put(Text(b->szString));
         }
-        fputs("\n\t}\n", file);
+        out.Put("\n\t}\n");
         break;
     case TOK_OF:
-        WriteNamed(file, Text(np->szUserDef), nullptr);
+        WriteNamed(out, Text(np->szUserDef), nullptr);
         break;
     case TOK_DISPLAYSTRING:
-        WriteNamed(file, "DisplayString", np->szSubtype);
+        WriteNamed(out, "DisplayString", np->szSubtype);
         break;
     case TOK_PHYSADDRESS:
-        WriteNamed(file, "PhysAddress", np->szSubtype);
+        WriteNamed(out, "PhysAddress", np->szSubtype);
         break;
     case TOK_BITS:
         if (np->enums)
-            WriteEnums(file, "OCTET STRING {\n", np->enums);
+            WriteEnums(out, "OCTET STRING {\n", np->enums);
         else
-            WriteNamed(file, "OCTET STRING", np->szSubtype);
+            WriteNamed(out, "OCTET STRING", np->szSubtype);
         break;
     default:
         if (code >= TOK_MACADDRESS && code <= TOK_TADDRESS)
-            WriteNamed(file, kTextualConventionNames[code - TOK_MACADDRESS], np->szSubtype);
+            WriteNamed(out, kTextualConventionNames[code - TOK_MACADDRESS], np->szSubtype);
         else
             // A syntax without a type name of its own (SYNTAX NULL) is
             // written as its keyword.
-            WriteNamed(file, np->szUserDef ? np->szUserDef : KeywordOfCode(code), nullptr);
+            WriteNamed(out, np->szUserDef ? np->szUserDef : KeywordOfCode(code), nullptr);
         break;
     }
     return index;
@@ -155,43 +153,43 @@ const char* StatusWord(int status) {
 }
 
 // " { parent subid }" and what follows it.
-void WriteValue(FILE* file, const node* np, const char* szAfter) {
-    Put(file, " { ");
-    Put(file, np->szParent);
-    Put(file, ' ');
-    PutInt(file, np->subid);
-    Put(file, szAfter);
+void WriteValue(smitext::Out& out, const node* np, const char* szAfter) {
+    out.Put(" { ");
+    out.Put(np->szParent);
+    out.Put(' ');
+    out.PutInt(np->subid);
+    out.Put(szAfter);
 }
 
-void WriteObjectType(FILE* file, const node* np) {
-    Put(file, np->szLabel);
-    Put(file, " OBJECT-TYPE\n\tSYNTAX ");
-    const std::string index = WriteSyntax(file, np);
-    Put(file, "\tACCESS ");
-    Put(file, AccessWord(np->smi_access));
-    Put(file, "\tSTATUS ");
-    Put(file, StatusWord(np->status));
-    Put(file, "\tDESCRIPTION \"");
-    Put(file, Text(np->szDescr));
-    Put(file, "\"\n");
+void WriteObjectType(smitext::Out& out, const node* np) {
+    out.Put(np->szLabel);
+    out.Put(" OBJECT-TYPE\n\tSYNTAX ");
+    const std::string index = WriteSyntax(out, np);
+    out.Put("\tACCESS ");
+    out.Put(AccessWord(np->smi_access));
+    out.Put("\tSTATUS ");
+    out.Put(StatusWord(np->status));
+    out.Put("\tDESCRIPTION \"");
+    out.Put(Text(np->szDescr));
+    out.Put("\"\n");
     if (!index.empty()) {
-        Put(file, index.data(), index.size());
-        Put(file, '\n');
+        out.Put(index.data(), index.size());
+        out.Put('\n');
     }
-    Put(file, "\t::=");
-    WriteValue(file, np, " }\n\n");
+    out.Put("\t::=");
+    WriteValue(out, np, " }\n\n");
 
     // The row structure declared right after this object, headed by the
     // object's own label.
     const node* seq = np->userDefinedSequence;
     if (seq && seq->sequence) {
-        Put(file, np->szLabel);
-        Put(file, " ::=\n\tSEQUENCE {\n");
+        out.Put(np->szLabel);
+        out.Put(" ::=\n\tSEQUENCE {\n");
         for (const tagBracedList* b = seq->sequence; b; b = b->pNext) {
-            Put(file, b == seq->sequence ? "\t\t" : ",\n\t\t");
-            Put(file, Text(b->szString));
+            out.Put(b == seq->sequence ? "\t\t" : ",\n\t\t");
+            out.Put(Text(b->szString));
         }
-        fputs("\n\t\t}\n", file);
+        out.Put("\n\t\t}\n");
     }
 }
 
@@ -199,13 +197,13 @@ void WriteObjectType(FILE* file, const node* np) {
 // of the queued records.
 using QueueIndex = flat::FirstByLabel;
 
-void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
-    Put(file, np->szLabel);
-    Put(file, " TRAP-TYPE\n");
+void WriteTrap(smitext::Out& out, const node* np, const QueueIndex& firstInQueue) {
+    out.Put(np->szLabel);
+    out.Put(" TRAP-TYPE\n");
     if (np->type == TOK_TRAP_TYPE) {
-        Put(file, "\tENTERPRISE ");
-        Put(file, Text(np->szEnterprise));
-        Put(file, '\n');
+        out.Put("\tENTERPRISE ");
+        out.Put(Text(np->szEnterprise));
+        out.Put('\n');
     } else {
         // A notification registered under a 0 arc (enterprise.0.n) becomes
         // the SMIv1 trap n of that enterprise, that is of its grandparent;
@@ -213,39 +211,39 @@ void WriteTrap(FILE* file, const node* np, const QueueIndex& firstInQueue) {
         const char* szEnterprise = np->szParent;
         if (const node* first = firstInQueue.Find(np->szParent))
             szEnterprise = first->subid != 0 ? first->szLabel : first->szParent;
-        Put(file, "\tENTERPRISE ");
-        Put(file, szEnterprise);
-        Put(file, '\n');
+        out.Put("\tENTERPRISE ");
+        out.Put(szEnterprise);
+        out.Put('\n');
     }
     const MibTokenList* vars = np->augment_name;
     if (vars && vars->forw && vars->forw != vars) {
         for (const MibTokenList* e = vars->forw; e && e != vars; e = e->forw) {
-            Put(file, e == vars->forw ? "\tVARIABLES { " : ", ");
-            Put(file, Text(e->szToken));
+            out.Put(e == vars->forw ? "\tVARIABLES { " : ", ");
+            out.Put(Text(e->szToken));
         }
-        fputs(" }\n", file);
+        out.Put(" }\n");
     }
     for (const keyword* kp = np->keyword; kp; kp = kp->next) {
-        Put(file, "\n\t--");
-        Put(file, Text(kp->szLabel));
-        Put(file, '\n');
+        out.Put("\n\t--");
+        out.Put(Text(kp->szLabel));
+        out.Put('\n');
     }
-    Put(file, "DESCRIPTION \"");
-    Put(file, Text(np->szDescr));
-    Put(file, "\"\n\t::= ");
-    PutInt(file, np->subid);
-    Put(file, "\n\n");
+    out.Put("DESCRIPTION \"");
+    out.Put(Text(np->szDescr));
+    out.Put("\"\n\t::= ");
+    out.PutInt(np->subid);
+    out.Put("\n\n");
 }
 
-void WriteRecord(FILE* file, const node* np, const QueueIndex& firstInQueue) {
+void WriteRecord(smitext::Out& out, const node* np, const QueueIndex& firstInQueue) {
     if (IsRegistration(np->type)) {
-        Put(file, np->szLabel);
-        Put(file, " OBJECT IDENTIFIER ::=");
-        WriteValue(file, np, " }\n");
+        out.Put(np->szLabel);
+        out.Put(" OBJECT IDENTIFIER ::=");
+        WriteValue(out, np, " }\n");
     } else if (np->type == TOK_OBJECT_TYPE)
-        WriteObjectType(file, np);
+        WriteObjectType(out, np);
     else if (IsTrap(np->type))
-        WriteTrap(file, np, firstInQueue);
+        WriteTrap(out, np, firstInQueue);
 }
 
 }  // namespace
@@ -348,8 +346,11 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
             for (node* np : npQueue) firstInQueue.Emplace(np);
         }
 
+        // The records are gathered in a buffer of their own; PrintUserTypes
+        // has written its types by now.
+        smitext::Out out(file);
         for (const node* np : npQueue) {
-            Put(file, '\n');
+            out.Put('\n');
             if (IsChecked(np->type)) {
                 if (objIdList.Contains(np->szLabel)) {
                     printf(IsTrap(np->type) ? "\nDuplicate trap object %s on line %d"
@@ -359,9 +360,9 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
                 }
                 objIdList.Add(np->szLabel);
             }
-            WriteRecord(file, np, firstInQueue);
+            WriteRecord(out, np, firstInQueue);
         }
-        fputs("\nEND\n\n", file);
+        out.Put("\nEND\n\n");
     }
     return true;
 }

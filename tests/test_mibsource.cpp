@@ -1,0 +1,81 @@
+// The input source: single bytes, push-back and runs, read through blocks of
+// every small size so that each step meets a block boundary somewhere.
+#include <string>
+
+#include "test_util.h"
+
+namespace {
+
+struct Source {
+    FILE* stream;
+    MibSource in;
+    Source(const std::string& text, size_t blockSize) : stream(TextStream(text)), in(blockSize) { in.Attach(stream); }
+    ~Source() { fclose(stream); }
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+};
+
+constexpr MibSource::EitherOf kQuoteOrNewline{'"', '\n'};
+
+}  // namespace
+
+TEST(MibSource, BytesPeekAndPutBack) {
+    for (size_t block = 1; block <= 4; ++block) {
+        Source s("ab\xff", block);
+        EXPECT_EQ(s.in.Peek(), 'a');
+        EXPECT_EQ(s.in.Take(), 'a');
+        const int b = s.in.Take();
+        EXPECT_EQ(b, 'b');
+        s.in.PutBack(b);  // still in its block, even a block of one byte
+        EXPECT_EQ(s.in.Take(), 'b');
+        EXPECT_EQ(s.in.Take(), 0xff);  // bytes come back unsigned, never as EOF
+        EXPECT_EQ(s.in.Peek(), EOF);
+        const int end = s.in.Take();
+        EXPECT_EQ(end, EOF);
+        s.in.PutBack(end);  // gives back nothing
+        EXPECT_EQ(s.in.Take(), EOF);
+    }
+}
+
+// A run of k bytes, then its stop byte, then more: the run is taken whole
+// (or up to its room), the stop byte is left, whatever the block size and
+// wherever the eight-byte steps end.
+TEST(MibSource, RunsStopAtTheirByteAndRoom) {
+    for (size_t block = 1; block <= 19; ++block) {
+        for (size_t k = 0; k <= 20; ++k) {
+            const std::string run(k, 'x');
+            Source s(run + "\"tail\nnext", block);
+            char dst[32];
+            EXPECT_EQ(s.in.CopyRun(dst, sizeof dst, kQuoteOrNewline), k) << block << " " << k;
+            EXPECT_EQ(std::string(dst, k), run);
+            EXPECT_EQ(s.in.Take(), '"');
+            s.in.SkipRun(kQuoteOrNewline);
+            EXPECT_EQ(s.in.Take(), '\n');
+
+            Source cut(run + "\"", block);
+            const size_t room = k / 2;
+            EXPECT_EQ(cut.in.CopyRun(dst, room, kQuoteOrNewline), room);
+            EXPECT_EQ(cut.in.Take(), k > room ? 'x' : '"');
+        }
+        // A run to the end of the input.
+        Source s(std::string(30, 'y'), block);
+        char dst[40];
+        EXPECT_EQ(s.in.CopyRun(dst, sizeof dst, kQuoteOrNewline), 30u);
+        EXPECT_EQ(s.in.Take(), EOF);
+    }
+}
+
+// Attaching starts at the stream's position and drops what was read ahead,
+// so a stream closed and another opened in its place start clean.
+TEST(MibSource, AttachStartsAfresh) {
+    Source s("first stream", 64);
+    EXPECT_EQ(s.in.Take(), 'f');  // the rest of the text is read ahead
+    FILE* other = TextStream("xyz");
+    fgetc(other);
+    s.in.Attach(other);
+    EXPECT_EQ(s.in.Stream(), other);
+    EXPECT_EQ(s.in.Take(), 'y');
+    s.in.Attach(nullptr);
+    EXPECT_EQ(s.in.Take(), EOF);
+    fclose(other);
+}
