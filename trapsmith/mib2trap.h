@@ -412,6 +412,23 @@ private:
     size_t m_left = 0;
 };
 
+// The output order of one module's records, built by AddToQueue: the queue
+// and the lookups that build it.  PrintMIB makes one for each module it
+// writes; it views the module's records, which stay in place meanwhile.
+struct ModuleQueue {
+    // `all` holds the records to be queued; a record's parent is the first
+    // record of `all` whose label is the record's parent label.
+    explicit ModuleQueue(const std::vector<node*>& all);
+
+    std::vector<node*> records;     // the queue
+    flat::FirstByLabel firstByLabel;  // the first record of `all` for each label
+    flat::PointerSet queued;        // the records in the queue
+    // The ancestors AddToQueue is collecting, kept from call to call so that
+    // they cost no allocation each time.
+    std::vector<node*> chain;
+    flat::PointerSet onChain;
+};
+
 // The per-subsystem parts of ResetProcessState.
 void ResetTokenizerState();
 void ResetImportFiles();
@@ -579,24 +596,10 @@ public:
 
     // Writers.
     bool PrintMIB(ModListNode* pHead, FILE* file);
-    void AddToQueue(std::vector<node*>* m_vAll, std::vector<node*>* m_npQueue, node* np);
+    static void AddToQueue(ModuleQueue& queue, node* np);
     bool PrintUserTypes(FILE* file);
 
 private:
-    // Lookup state of AddToQueue: the first record of vAll for each label and
-    // the records already queued, rebuilt whenever AddToQueue is handed a
-    // different vAll or queue.  The keys view the labels of the records in
-    // vAll, which stay in place while their module is written.
-    const std::vector<node*>* m_indexedAll = nullptr;
-    size_t m_indexedAllSize = 0;
-    flat::FirstByLabel m_firstByLabel;
-    const std::vector<node*>* m_indexedQueue = nullptr;
-    flat::PointerSet m_queued;
-    // The ancestors AddToQueue is collecting, kept from call to call so that
-    // they cost no allocation each time.
-    std::vector<node*> m_chain;
-    flat::PointerSet m_onChain;
-
     // Definitions of the module ResolveParent walks, by label, and the labels
     // it has already resolved for that module.
     node* m_resolveRoot = nullptr;
