@@ -14,7 +14,6 @@
 
 #include "mib2trap.h"
 #include "smitext.h"
-#include "tokenizer_state.h"
 
 namespace {
 
@@ -41,8 +40,6 @@ struct ReusableImport {
     struct timespec modified {};
     ModListNode* mods = nullptr;  // kept in importedModules
     std::string trace;            // the trace records of the parse
-    int nLineAfter = 0;           // line counter and push-back after it
-    int chLastAfter = ' ';
 };
 
 struct ImportReuse {
@@ -286,8 +283,6 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
         const ReusableImport& r = kept->second;
         CloseStream(m_pInFile);
         if (m_pTrapFile) fwrite(r.trace.data(), 1, r.trace.size(), m_pTrapFile);
-        m_nLine = r.nLineAfter;
-        chLast = r.chLastAfter;
         mods = r.mods;
         ++importReuse.reused;
         if (!importedAgain) importReuse.kept.erase(kept);
@@ -318,8 +313,6 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
                 r.modified = st.st_mtim;
                 r.mods = mods;
                 r.trace.assign(traceBytes ? traceBytes : "", traceSize);
-                r.nLineAfter = m_nLine;
-                r.chLastAfter = chLast;
             } else {
                 importReuse.kept.erase(szModule);
             }
@@ -332,26 +325,21 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     }
 
     for (ModListNode* mod = mods; mod; mod = mod->next_mod) {
-        // The lookup state of ResolveParent belongs to one module.
-        ForgetResolvedModule();
+        ModuleDefinitions defs(mod->node);
         for (keyword* kp = importFile->imports; kp; kp = kp->next) {
             if (!kp->szLabel) continue;
-            NameValueList* list = ResolveParent(mod->node, kp->szLabel, nullptr);
+            NameValueList* list = ResolveParent(defs, kp->szLabel, nullptr);
             if (list) {
                 list->dump(file);
                 NameValueList::FreeList(list);
             }
         }
     }
-    ForgetResolvedModule();
     return true;
 }
 
-void CMib2Trap::ForgetResolvedModule() {
-    m_resolveRoot = nullptr;
-    m_defsByLabel.Clear();
-    m_resolvedLabels.Clear();
-    m_resolvedCopies.clear();
+ModuleDefinitions::ModuleDefinitions(node* first) {
+    for (node* np = first; np; np = np->next) byLabel.Add(np);
 }
 
 // Adds the registration of szLabel and of its ancestors to the list, so that
@@ -364,19 +352,15 @@ void CMib2Trap::ForgetResolvedModule() {
 // writes the list backwards and only the first record of each name, so what
 // it writes is the sequence R(label): for dk down to d1, R(parent) and then
 // the record.  R is computed here directly with an explicit stack and put on
-// the list in the opposite order.  Once a label has been expanded for the
-// module, expanding it again would only repeat names that dump writes
-// earlier (or has written already), so it is skipped: this keeps the cost
-// linear and ends a cycle of labels that name each other as parent.  The
-// labels expanded are remembered per module root, which relies on the caller
-// dumping each list before it resolves the next label.
-NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameValueList* list) {
+// the list in the opposite order.  A label is expanded once for a module:
+// expanding it again would only repeat names that come earlier (in this
+// list, or in a list of an earlier call with the same definitions, which
+// ProcessImports has written by now), and dump writes a name only the first
+// time.  This keeps the cost linear in the module over all the labels
+// imported from it, and ends a cycle of labels that name each other as
+// parent.
+NameValueList* CMib2Trap::ResolveParent(ModuleDefinitions& defs, const char* szLabel, NameValueList* list) {
     if (!szLabel) return list;
-    if (root != m_resolveRoot) {
-        ForgetResolvedModule();
-        m_resolveRoot = root;
-        for (node* np = root; np; np = np->next) m_defsByLabel.Add(np);
-    }
 
     struct Step {
         bool bExpand;  // expand szName; otherwise emit (szName, szParent, subid)
@@ -397,16 +381,16 @@ NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameVal
         const char* label = step.szName;
         if (IsRootLabel(label)) continue;
         const uint64_t labelHash = flat::HashText(label);
-        if (m_resolvedLabels.Contains(label, labelHash)) continue;
+        if (defs.expanded.Contains(label, labelHash)) continue;
         if (label == szLabel) {
             // The caller's text may not outlive this call: the set keeps a
             // copy of it.
             const size_t len = std::strlen(label);
-            m_resolvedCopies.emplace_back(new char[len + 1]);
-            std::memcpy(m_resolvedCopies.back().get(), label, len + 1);
-            m_resolvedLabels.InsertNew(m_resolvedCopies.back().get(), labelHash);
+            defs.copies.emplace_back(new char[len + 1]);
+            std::memcpy(defs.copies.back().get(), label, len + 1);
+            defs.expanded.InsertNew(defs.copies.back().get(), labelHash);
         } else {
-            m_resolvedLabels.InsertNew(label, labelHash);
+            defs.expanded.InsertNew(label, labelHash);
         }
 
         // Pushed in reverse of the order in which they are to run.
@@ -416,8 +400,8 @@ NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameVal
             if (!fixed->bThenModule) continue;
             stack.push_back({true, fixed->szParent, nullptr, 0});
         }
-        for (uint32_t at = m_defsByLabel.First(label); at != flat::AllByLabel::kNone; at = m_defsByLabel.Next(at)) {
-            const node* d = m_defsByLabel.Record(at);
+        for (uint32_t at = defs.byLabel.First(label); at != flat::AllByLabel::kNone; at = defs.byLabel.Next(at)) {
+            const node* d = defs.byLabel.Record(at);
             stack.push_back({false, d->szLabel, d->szParent, d->subid});
             stack.push_back({true, d->szParent, nullptr, 0});
         }

@@ -429,6 +429,18 @@ struct ModuleQueue {
     flat::PointerSet onChain;
 };
 
+// The definitions of one imported module as ResolveParent looks them up:
+// every record of each label, in module order, and the labels it has
+// expanded so far.  ProcessImports makes one for each module it resolves
+// labels in; it views the module's records, which stay in place meanwhile.
+struct ModuleDefinitions {
+    explicit ModuleDefinitions(node* first);
+
+    flat::AllByLabel byLabel;
+    flat::TextSet expanded;  // views the module's labels, and copies of the callers'
+    std::vector<std::unique_ptr<char[]>> copies;
+};
+
 // The per-subsystem parts of ResetProcessState.
 void ResetTokenizerState();
 void ResetImportFiles();
@@ -592,22 +604,13 @@ public:
 
     // Import resolution.
     bool ProcessImports(importFilesList* importFile, FILE* file);
-    NameValueList* ResolveParent(node* root, const char* szLabel, NameValueList* list);
+    static NameValueList* ResolveParent(ModuleDefinitions& defs, const char* szLabel, NameValueList* list);
 
     // Writers.
     bool PrintMIB(ModListNode* pHead, FILE* file);
     static void AddToQueue(ModuleQueue& queue, node* np);
     bool PrintUserTypes(FILE* file);
 
-private:
-    // Definitions of the module ResolveParent walks, by label, and the labels
-    // it has already resolved for that module.
-    node* m_resolveRoot = nullptr;
-    flat::AllByLabel m_defsByLabel;
-    flat::TextSet m_resolvedLabels;  // views the module's labels, and copies of the callers'
-    std::vector<std::unique_ptr<char[]>> m_resolvedCopies;
-    // Empties that lookup state.
-    void ForgetResolvedModule();
-};
+private:};
 
 #endif  // TRAPSMITH_MIB2TRAP_H
