@@ -14,7 +14,6 @@ struct ObjectRun : MibFixture {
         char name[] = "o";
         CAPTURE_STDOUT(out, np = mib.ParseObjectType(name));
     }
-    ~ObjectRun() { if (np) CMib2Trap::FreeNode(np); }
 };
 
 TEST(ObjectType, FailuresPrintOneMessageAndCloseTheTrace) {

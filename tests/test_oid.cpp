@@ -21,7 +21,6 @@ static std::string ParseOid(const std::string& text, const char* name = "foo") {
     for (node* np = chain; np; np = np->next)
         recs += std::string(np->szLabel) + "<" + np->szParent + "." + std::to_string(np->subid) +
                 ":" + std::to_string(np->type) + "@" + std::to_string(np->def_line) + " ";
-    CMib2Trap::FreeNodeList(chain);
     return recs + out;
 }
 

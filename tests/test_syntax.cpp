@@ -29,7 +29,6 @@ struct SyntaxRun : MibFixture {
         const char* extra = np->sequence ? np->sequence->pNext->szString : np->szSubtype;
         return s + (extra ? extra : "") + (np->szUserDef ? std::string("/") + np->szUserDef : "");
     }
-    ~SyntaxRun() { if (np) CMib2Trap::FreeNode(np); }
 };
 
 TEST(GetSyntax, FormsFieldsAndTrace) {

@@ -61,7 +61,6 @@ TEST(TokenList, ReleasesEmptyAbsentAndBorrowingLists) {
     CMib2Trap::FreeObjDefnOnTokenList(borrowed);
     EXPECT_EQ(Walk(borrowed), "--");
     CMib2Trap::FreeTokenList(borrowed);
-    for (node* np : records) CMib2Trap::FreeNode(np);  // still ours to release
 }
 
 // A written-names list keeps each name once, in the order first added, as a

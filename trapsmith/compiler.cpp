@@ -140,9 +140,6 @@ CMib2Trap::CMib2Trap()
       m_head_old_nodes(nullptr) {}
 
 CMib2Trap::~CMib2Trap() {
-    if (m_head_old_nodes) FreeNodeList(m_head_old_nodes);
-    m_head_old_nodes = nullptr;
-
     // An imported module's object is driven by import resolution, which leaves
     // its trace file open; an object whose Initialize failed half-way holds a
     // stream too.  Close whatever is still open so nothing outlives the object.

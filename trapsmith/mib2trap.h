@@ -177,22 +177,25 @@ int32_t KeywordHash(const char* sz);
 // ---------------------------------------------------------------------------
 
 // Circular doubly linked list with a head element; each element carries one
-// pointer, owned or borrowed depending on the list.
+// pointer, owned or borrowed depending on the list.  The lists of a parse
+// record (RecordTokenList) are arena memory, head and texts included.
 struct MibTokenList {
     MibTokenList* forw;
     MibTokenList* back;
     char* szToken;  // payload; null in the head
 };
 
+// An enumeration item: arena memory with its label in a parse record, heap
+// memory (released with the type) in a user type.
 struct MibEnumList {
     MibEnumList* next;
     int value;
-    char* szLabel;  // owned
+    char* szLabel;
 };
 
-// Name/value pair: a trap annotation (szLabel and szValue are the same owned
-// string) or an imported descriptor (szLabel owned, szValue borrowed: the
-// module name shared with the importFilesList entry).
+// Name/value pair: a trap annotation (arena memory; szLabel and szValue are
+// the same text) or an imported descriptor (heap; szLabel owned, szValue
+// borrowed: the module name shared with the importFilesList entry).
 struct keyword {
     keyword* next;
     char* szLabel;
@@ -205,15 +208,16 @@ struct importFilesList {
     struct keyword* imports; // descriptors imported from it
 };
 
+// One item of a braced list, with its text: arena memory.
 struct tagBracedList {
     tagBracedList* pNext;
-    char* szString;  // owned item text
+    char* szString;
 };
 
 // One OID component while it is read.
 struct subid {
     int nSubid;     // -1 when the component has no number
-    char* szLabel;  // owned, or null for a bare number
+    char* szLabel;  // heap copy (ReleaseOidLabels), or null for a bare number
 };
 
 constexpr int LABEL_LEN = 256;  // capacity of szLabel and szParent, terminator included
@@ -262,24 +266,27 @@ private:
 // The empty label every record starts with.
 extern const char kNoLabel[];
 
+// A parse record.  The record and everything its pointers reach (texts,
+// lists, enumerations, annotations, the structure record hung on it) are
+// arena memory of the parse that made it, released with the module list.
 // The fields are laid out pointers first, then the integers, so that the
 // record has no padding holes.
 struct node {
     node* next;
-    const char* szLabel;      // arena copy of at most LABEL_LEN - 1 characters, or kNoLabel
+    const char* szLabel;      // at most LABEL_LEN - 1 characters, or kNoLabel
     const char* szParent;     // likewise
-    char* szUserDef;          // owned
-    MibEnumList* enums;       // owned
-    char* szDescr;            // owned
-    MibTokenList* index_names;   // owned strings
+    char* szUserDef;
+    MibEnumList* enums;
+    char* szDescr;
+    MibTokenList* index_names;
     void* pvEaObj;            // unused, stays null
-    char* szUnits;            // owned
-    char* szSubtype;          // owned
-    MibTokenList* augment_name;  // owned strings
-    struct keyword* keyword;  // owned annotation lines
-    tagBracedList* sequence;  // owned
-    char* szEnterprise;       // owned
-    node* userDefinedSequence;  // owned scratch record of a SEQUENCE assignment
+    char* szUnits;
+    char* szSubtype;
+    MibTokenList* augment_name;
+    struct keyword* keyword;  // annotation lines
+    tagBracedList* sequence;
+    char* szEnterprise;
+    node* userDefinedSequence;  // scratch record of a SEQUENCE assignment
     int subid;
     int type;                 // record kind: token code of the macro
     int smi_access;           // -1 none, 0 read-only ... 5 accessible-for-notify
@@ -486,7 +493,7 @@ public:
     bool m_bMibHasTrapTypeMacro;
     MibTokenList* m_pUnresObjList;
     MibTokenList* m_pUserTypeList;
-    node* m_head_old_nodes;
+    node* m_head_old_nodes;  // unused, stays null
 
     // The records of the parse under way.
     RecordArena m_arena;
@@ -535,16 +542,13 @@ public:
     bool ParseDefinitions(char* szName);
     void ResolveObjTypeRefs(MibTokenList* unresObjList, MibTokenList* userTypeList);
 
-    // Records.  The records of a parse come from m_arena; FreeNode,
-    // FreeNodeList and FreeBracedList release nothing (the memory returns
-    // with the arena), FreeModList releases a parse's whole arena.
+    // Records.  The records of a parse come from m_arena and are never
+    // released one by one: a record dropped by a failed statement stays
+    // behind, and FreeModList releases a parse's whole arena.
     node* CreateNode(int type);
     static void GenericZeroMemory(void* here, size_t len);
-    static void FreeNode(node* np);
-    static void FreeNodeList(node* np);
     static void FreeModList(ModListNode* mod_list);
     static void FreeEnumList(MibEnumList* ep);  // a user type's heap list
-    static void FreeBracedList(tagBracedList* blp);
     ModListNode* CreateModule(const char* szModName, const char* szMibName);
     // A copy of the label for a record field, cut to LABEL_LEN - 1 characters.
     const char* CopyLabel(const char* szLabel);

@@ -156,9 +156,6 @@ node* CMib2Trap::ParseObjectId(char* szName) {
     }
 
     ReleaseOidLabels(oider, n);
-    if (bFailed) {
-        FreeNodeList(first);
-        return nullptr;
-    }
-    return first;
+    // A failed assignment's records stay behind in the arena.
+    return bFailed ? nullptr : first;
 }

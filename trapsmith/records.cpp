@@ -236,15 +236,6 @@ void CMib2Trap::GenericZeroMemory(void* here, size_t len) {
     std::memset(here, 0, len);
 }
 
-// A record, its texts and lists, its annotations and the structure record hung
-// on it all live in the arena of the parse that made them; nothing is released
-// here.
-void CMib2Trap::FreeNode(node* /*np*/) {}
-
-void CMib2Trap::FreeNodeList(node* /*np*/) {}
-
-void CMib2Trap::FreeBracedList(tagBracedList* /*blp*/) {}
-
 // Releases a parse's module list: its arena holds every record of the list,
 // the module records included.
 void CMib2Trap::FreeModList(ModListNode* mod_list) {

@@ -24,12 +24,8 @@ int CMib2Trap::ParseUserType(char* szToken, char* szName, node* cur_np) {
     int type = GetToken(m_pInFile, szToken, GT_PARENS);
     if (type == TOK_TEXTUAL_CONVENTION) {
         type = ParseTextualConvention(szToken, szName, np);
-        if (type == 0) {
-            FreeNode(np);
-            return 0;
-        }
+        if (type == 0) return 0;
     } else if (!GetSyntax(szToken, &type, np)) {
-        FreeNode(np);
         return 0;
     }
 
