@@ -24,7 +24,10 @@
 #include <unordered_set>
 #include <vector>
 
-#include "flat_index.h"
+#include "all_by_label.h"
+#include "first_by_label.h"
+#include "pointer_set.h"
+#include "text_set.h"
 
 // ---------------------------------------------------------------------------
 // Token codes.  The values are stored in parse records (kind, syntax, status)
