@@ -114,7 +114,7 @@ std::vector<std::string> ResolveAll(bool reuse) {
             EXPECT_TRUE(mib.Initialize(entry->szLabel, nullptr, 2));
             EXPECT_TRUE(mib.ProcessImports(entry, imports));
         });
-        fflush(mib.m_pTrapFile);
+        fflush(mib.m_pTrapFile.get());
         seen.push_back(out + "|" + Slurp(std::string(entry->szLabel) + ".dbg"));
     }
     fclose(imports);

@@ -122,33 +122,30 @@ bool CompileImports(FILE* pImpFile) {
 // Writes {base}.cfg: the header, then the ".imports" file, then the ".int"
 // file.  Returns the exit status.
 int AssembleCfg(const RunNames& names, bool warnings) {
-    FILE* pIntFile = OpenStream(names.szPass_3_File, "w");
+    Stream pIntFile = OpenStream(names.szPass_3_File, "w");
     if (!pIntFile) {
         printf("\ncould not open intermediate file %s for output\n", names.szPass_3_File);
         return 1;
     }
-    FILE* pIntCfgFile = OpenStream(names.szPass_1_Output, "r");
+    Stream pIntCfgFile = OpenStream(names.szPass_1_Output, "r");
     if (!pIntCfgFile) {
         printf("\ncould not open %s for read\n", names.szPass_1_Output);
-        CloseStream(pIntFile);
         return 1;
     }
-    FILE* pImpFile = OpenStream(names.szImportsFile, "r");
+    Stream pImpFile = OpenStream(names.szImportsFile, "r");
     if (!pImpFile) {
         printf("\ncould not open %s for read\n", names.szImportsFile);
-        CloseStream(pIntFile);
-        CloseStream(pIntCfgFile);
         return 1;
     }
 
     // PrintMIB names the module it writes; a header is still well formed if
     // nothing set the name.
-    fprintf(pIntFile, "#-MIBFILE: %s.mib\n\n", names.szModuleName);
-    fprintf(pIntFile, "%s DEFINITIONS ::= BEGIN\n\n", szMibModuleName ? szMibModuleName : "");
-    bool copied = CopyFileBlocks(pImpFile, pIntFile) && CopyFileBlocks(pIntCfgFile, pIntFile);
-    CloseStream(pImpFile);
-    CloseStream(pIntCfgFile);
-    copied = CloseStream(pIntFile) == 0 && copied;
+    fprintf(pIntFile.get(), "#-MIBFILE: %s.mib\n\n", names.szModuleName);
+    fprintf(pIntFile.get(), "%s DEFINITIONS ::= BEGIN\n\n", szMibModuleName ? szMibModuleName : "");
+    bool copied = CopyFileBlocks(pImpFile.get(), pIntFile.get()) && CopyFileBlocks(pIntCfgFile.get(), pIntFile.get());
+    pImpFile.Close();
+    pIntCfgFile.Close();
+    copied = pIntFile.Close() == 0 && copied;
 
     // A result that could not be written completely (a full disk) must not be
     // reported as a success, nor left behind looking like one: the truncated
@@ -175,13 +172,13 @@ int RunPhases(const char* szMibFileName, RunNames& names) {
         return 1;
     }
 
-    FILE* pImpFile = OpenStream(names.szImportsFile, "w");
+    Stream pImpFile = OpenStream(names.szImportsFile, "w");
     if (!pImpFile) {
         printf("\ncould not open %s for output\n", names.szImportsFile);
         return 1;
     }
-    bool warnings = CompileImports(pImpFile);
-    CloseStream(pImpFile);
+    bool warnings = CompileImports(pImpFile.get());
+    pImpFile.Close();
 
     RotateBackups(names.szModuleName);
     return AssembleCfg(names, warnings);

@@ -10,6 +10,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "mib2trap.h"
@@ -50,6 +51,45 @@ struct ImportReuse {
     size_t reused = 0;  // imports that reused a kept parse
 };
 ImportReuse importReuse;
+
+// Catches the trace records written while it is active in memory, in place
+// of the trace file, and puts the trace file back when it finishes or goes.
+class TraceCapture {
+public:
+    // Active only when `wanted` and a memory stream could be opened.
+    TraceCapture(Stream& trace, bool wanted) : m_trace(trace) {
+        if (!wanted) return;
+        m_memory = Stream(open_memstream(&m_bytes, &m_size));
+        if (!m_memory) return;
+        std::swap(m_trace, m_memory);  // m_memory holds the trace file meanwhile
+        m_active = true;
+    }
+    ~TraceCapture() {
+        Finish();
+        std::free(m_bytes);
+    }
+    TraceCapture(const TraceCapture&) = delete;
+    TraceCapture& operator=(const TraceCapture&) = delete;
+
+    bool Active() const { return m_active; }
+    // Puts the trace file back; true when every record was caught.
+    bool Finish() {
+        if (!m_active) return false;
+        m_active = false;
+        std::swap(m_trace, m_memory);
+        return m_memory.Close() == 0 && (m_bytes != nullptr || m_size == 0);
+    }
+    // The records caught, once finished.
+    const char* Bytes() const { return m_bytes ? m_bytes : ""; }
+    size_t Size() const { return m_size; }
+
+private:
+    Stream& m_trace;
+    Stream m_memory;
+    bool m_active = false;
+    char* m_bytes = nullptr;  // set by the memory stream as it grows and when it closes
+    size_t m_size = 0;
+};
 
 bool SameFile(const ReusableImport& r, const std::string& fileName, const struct stat& st) {
     return r.fileName == fileName && r.device == st.st_dev && r.inode == st.st_ino && r.size == st.st_size &&
@@ -202,14 +242,14 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     const std::string second = Lower(stem + ".mib");
     const std::string third = Lower(first);
 
-    CloseStream(m_pInFile);
+    CloseInput();
     // A module name too long for the 256-character file-name buffers, or one
     // that names a path rather than a file of the working folder, is reported
     // as not found without any file being opened.
     const std::string* opened = nullptr;
     if (first.size() < kFileNameLen && !ModuleNameIsPath(szModule.c_str())) {
         for (const std::string* name : {&first, &second, &third}) {
-            m_pInFile = OpenStream(name->c_str(), "r");
+            OpenInput(name->c_str());
             if (m_pInFile) {
                 opened = name;
                 break;
@@ -231,8 +271,8 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
         // Parsed before: the same records, and the trace the parse wrote.
         // Its types were all written then, so none is written now.
         const ReusableImport& r = kept->second;
-        CloseStream(m_pInFile);
-        if (m_pTrapFile) fwrite(r.trace.data(), 1, r.trace.size(), m_pTrapFile);
+        CloseInput();
+        if (m_pTrapFile) fwrite(r.trace.data(), 1, r.trace.size(), m_pTrapFile.get());
         mods = r.mods;
         ++importReuse.reused;
         if (!importedAgain) importReuse.kept.erase(kept);
@@ -240,20 +280,15 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
         // A module that will be imported again has its trace records caught
         // in memory, so that they can be written again; they go to the
         // trace file as soon as the parse is over.
-        char* traceBytes = nullptr;
-        size_t traceSize = 0;
-        FILE* traceFile = m_pTrapFile;
-        FILE* capture = (importedAgain && identified && traceFile) ? open_memstream(&traceBytes, &traceSize) : nullptr;
-        if (capture) m_pTrapFile = capture;
+        TraceCapture capture(m_pTrapFile, importedAgain && identified && m_pTrapFile);
         const unsigned messagesBefore = m_nMessages;
 
         mods = Parse(2);
-        CloseStream(m_pInFile);
+        CloseInput();
 
-        if (capture) {
-            m_pTrapFile = traceFile;
-            const bool captured = fclose(capture) == 0 && (traceBytes != nullptr || traceSize == 0);
-            if (traceBytes) fwrite(traceBytes, 1, traceSize, traceFile);
+        if (capture.Active()) {
+            const bool captured = capture.Finish();
+            if (capture.Size() != 0) fwrite(capture.Bytes(), 1, capture.Size(), m_pTrapFile.get());
             if (captured && mods && m_nMessages == messagesBefore) {
                 ReusableImport& r = importReuse.kept[szModule];
                 r.fileName = *opened;
@@ -262,11 +297,10 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
                 r.size = st.st_size;
                 r.modified = st.st_mtim;
                 r.mods = mods;
-                r.trace.assign(traceBytes ? traceBytes : "", traceSize);
+                r.trace.assign(capture.Bytes(), capture.Size());
             } else {
                 importReuse.kept.erase(szModule);
             }
-            free(traceBytes);
         } else {
             importReuse.kept.erase(szModule);
         }

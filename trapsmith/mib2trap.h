@@ -27,6 +27,7 @@
 #include "all_by_label.h"
 #include "first_by_label.h"
 #include "pointer_set.h"
+#include "stream.h"
 #include "text_set.h"
 
 // ---------------------------------------------------------------------------
@@ -379,21 +380,6 @@ void CopyInto(char (&field)[N], const char* text) {
     field[len] = '\0';
 }
 
-// Opens a stream like fopen, with a buffer of 64 KB instead of the default
-// 4 KB, so that the input and the work files are read and written in few
-// system calls; such a stream must be closed with CloseStream.
-FILE* OpenStream(const char* szName, const char* szMode);
-// Opens a file for writing like OpenStream(szName, "w"), except that a file
-// already there is written over in place and cut where writing ended when the
-// stream is closed: the same content at the end, without first emptying the
-// file.  A trace file is rewritten with the same records each time its module
-// is imported again, and emptying it first costs its pages and, on ext4, a
-// flush at close.
-FILE* OpenRewriteStream(const char* szName);
-// Closes a stream of OpenStream, OpenRewriteStream (or of fopen) and releases
-// its buffer; sets f to null.  Returns fclose's result, 0 for a null stream.
-int CloseStream(FILE*& f);
-
 // Frees the labels of the first count components of an OID value read by
 // GetOid and clears them.
 void ReleaseOidLabels(subid* oider, int count);
@@ -478,10 +464,10 @@ public:
     char* m_strOutFile;
     char* m_strTrapFile;
     const char* m_strInFile;  // not owned
-    FILE* m_pOutFile;
-    FILE* m_pTrapFile;  // trace file
-    FILE* m_pInFile;    // MIB input, open only while compiling
-    FILE* m_pCfgFile;   // intermediate output (modes 1 and 3)
+    Stream m_pOutFile;   // never opened
+    Stream m_pTrapFile;  // trace file
+    FILE* m_pInFile;     // MIB input the tokenizer reads, open only while compiling
+    Stream m_pCfgFile;   // intermediate output (modes 1 and 3)
     char m_tmpFileStr[128];
     int m_nLine;
     int m_nNameLine;
@@ -517,6 +503,10 @@ public:
     // Compiler object and modes.
     bool Initialize(const char* szFile, const char* szOutFile, int pass);
     bool CompileMIB(const char* szFile, int pass);
+    // Opens the MIB input as m_pInFile (null when it cannot be opened), and
+    // closes it.
+    void OpenInput(const char* szFile);
+    void CloseInput();
 
     // Message catalog.
     static char* LoadString(unsigned int ID);
@@ -618,6 +608,8 @@ public:
     static void AddToQueue(ModuleQueue& queue, node* np);
     bool PrintUserTypes(FILE* file);
 
-private:};
+private:
+    Stream m_input;  // the MIB input when OpenInput opened it; m_pInFile views it
+};
 
 #endif  // TRAPSMITH_MIB2TRAP_H

@@ -70,7 +70,7 @@ const SplitFormat* SplitOf(const char* fmt) {
 }  // namespace
 
 void CMib2Trap::Trace(const char* fmt, ...) {
-    FILE* const file = m_pTrapFile;
+    FILE* const file = m_pTrapFile.get();
     if (!file) return;
     va_list ap;
     va_start(ap, fmt);

@@ -1,0 +1,87 @@
+// Stream: see stream.h.
+#include "stream.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <new>
+#include <utility>
+
+namespace {
+
+constexpr size_t kStreamBuffer = 64 * 1024;
+
+}  // namespace
+
+Stream::Stream(Stream&& other) noexcept
+    : m_file(std::exchange(other.m_file, nullptr)),
+      m_buffer(std::move(other.m_buffer)),
+      m_cutAtClose(std::exchange(other.m_cutAtClose, false)) {}
+
+Stream& Stream::operator=(Stream&& other) noexcept {
+    if (this != &other) {
+        Close();
+        m_file = std::exchange(other.m_file, nullptr);
+        m_buffer = std::move(other.m_buffer);
+        m_cutAtClose = std::exchange(other.m_cutAtClose, false);
+    }
+    return *this;
+}
+
+// Gives the stream a buffer of its own: kStreamBuffer bytes, or for a file
+// read whole no more than the file.  Without memory for it the stream keeps
+// the default buffer.
+void Stream::SetBuffer(bool reading) {
+    size_t size = kStreamBuffer;
+    struct stat st;
+    if (reading && fstat(fileno(m_file), &st) == 0 && S_ISREG(st.st_mode) && st.st_size >= 0 &&
+        static_cast<uint64_t>(st.st_size) < kStreamBuffer)
+        size = (static_cast<size_t>(st.st_size) / 4096 + 1) * 4096;
+    std::unique_ptr<char[]> buffer(new (std::nothrow) char[size]);
+    if (buffer != nullptr && setvbuf(m_file, buffer.get(), _IOFBF, size) == 0) m_buffer = std::move(buffer);
+}
+
+Stream OpenStream(const char* szName, const char* szMode) {
+    Stream s(fopen(szName, szMode));
+    if (s) s.SetBuffer(szMode[0] == 'r');
+    return s;
+}
+
+Stream OpenRewriteStream(const char* szName) {
+    // The flags of fopen's "w" without O_TRUNC.
+    const int fd = open(szName, O_WRONLY | O_CREAT, 0666);
+    if (fd < 0) return Stream();
+    Stream s(fdopen(fd, "w"));
+    if (!s) {
+        close(fd);
+        return s;
+    }
+    struct stat st;
+    s.m_cutAtClose = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+    s.SetBuffer(false);
+    return s;
+}
+
+int Stream::Close() {
+    if (m_file == nullptr) return 0;
+    if (m_cutAtClose) {
+        // What was written ends where the descriptor's offset stands once the
+        // buffer is out; whatever the file held beyond it goes.  A file no
+        // longer than that is left alone (cutting it would still cost ext4 a
+        // truncation).
+        fflush(m_file);
+        const off_t end = lseek(fileno(m_file), 0, SEEK_CUR);
+        struct stat st;
+        if (end >= 0 && fstat(fileno(m_file), &st) == 0 && st.st_size > end && ftruncate(fileno(m_file), end) != 0) {
+            // The stream's error state and fclose report a failed write; a
+            // file that cannot be cut keeps its old tail, nothing more.
+        }
+    }
+    const int status = fclose(m_file);
+    m_file = nullptr;
+    m_buffer.reset();  // only once the stream no longer uses it
+    m_cutAtClose = false;
+    return status;
+}
