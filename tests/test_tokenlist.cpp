@@ -8,10 +8,7 @@
 
 #include "mib2trap.h"
 
-static char* Dup(const char* s) {
-    size_t n = std::strlen(s) + 1;
-    return static_cast<char*>(std::memcpy(std::malloc(n), s, n));
-}
+static char* Dup(const char* s) { return CopyText(s); }
 
 static std::string Walk(MibTokenList* head) {
     std::string s;
@@ -23,7 +20,7 @@ TEST(TokenList, InsertsAtTheTailAndUnlinks) {
     MibTokenList* list = nullptr;
     char* kept = Dup("k");
     EXPECT_EQ(CMib2Trap::InsertTokenIntoQueue(kept, list), nullptr);  // no list yet
-    std::free(kept);
+    FreeHeap(kept);
 
     CMib2Trap::CreateTokenListHead(&list);
     ASSERT_NE(list, nullptr);

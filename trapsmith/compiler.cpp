@@ -137,7 +137,7 @@ bool CMib2Trap::CompileMIB(const char* szFile, int pass) {
 
     Trace("#-MIBFILE: %s\n\n", szFile);
 
-    ModListNode* list = Parse(pass);
+    ModListPtr list(Parse(pass));
     CloseInput();
 
     if (list && WritesDefinitions(pass)) {
@@ -153,18 +153,16 @@ bool CMib2Trap::CompileMIB(const char* szFile, int pass) {
                 fprintf(m_pCfgFile.get(), "#-MIBFILE: %s\n\n", mibName.c_str());
             }
         }
-        if (ok) ok = PrintMIB(list, m_pCfgFile.get());
+        if (ok) ok = PrintMIB(list.get(), m_pCfgFile.get());
         if (!ok) {
             m_pTrapFile.Close();
             m_pCfgFile.Close();
-            FreeModList(list);
             return false;
         }
     }
 
     m_pTrapFile.Close();
     m_pCfgFile.Close();
-    if (list) FreeModList(list);
 
     // Only the main module's compile fails on a failed parse.
     return list != nullptr || pass != 1;

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -54,39 +56,41 @@ ImportReuse importReuse;
 
 // Catches the trace records written while it is active in memory, in place
 // of the trace file, and puts the trace file back when it finishes or goes.
+// A memory stream fails only when memory runs out: opening it, writing to it
+// or closing it then throws std::bad_alloc.
 class TraceCapture {
 public:
-    // Active only when `wanted` and a memory stream could be opened.
-    TraceCapture(Stream& trace, bool wanted) : m_trace(trace) {
-        if (!wanted) return;
+    explicit TraceCapture(Stream& trace) : m_trace(trace) {
         m_memory = Stream(open_memstream(&m_bytes, &m_size));
-        if (!m_memory) return;
+        if (!m_memory) throw std::bad_alloc();
         std::swap(m_trace, m_memory);  // m_memory holds the trace file meanwhile
-        m_active = true;
     }
     ~TraceCapture() {
-        Finish();
+        if (m_active) Restore();
         std::free(m_bytes);
     }
     TraceCapture(const TraceCapture&) = delete;
     TraceCapture& operator=(const TraceCapture&) = delete;
 
-    bool Active() const { return m_active; }
-    // Puts the trace file back; true when every record was caught.
-    bool Finish() {
-        if (!m_active) return false;
-        m_active = false;
-        std::swap(m_trace, m_memory);
-        return m_memory.Close() == 0 && (m_bytes != nullptr || m_size == 0);
+    // Puts the trace file back; the records caught are then Bytes() and
+    // Size().
+    void Finish() {
+        const bool failed = std::ferror(m_trace.get()) != 0;
+        if (Restore() != 0 || failed || (m_bytes == nullptr && m_size != 0)) throw std::bad_alloc();
     }
-    // The records caught, once finished.
     const char* Bytes() const { return m_bytes ? m_bytes : ""; }
     size_t Size() const { return m_size; }
 
 private:
+    int Restore() {
+        m_active = false;
+        std::swap(m_trace, m_memory);
+        return m_memory.Close();
+    }
+
     Stream& m_trace;
     Stream m_memory;
-    bool m_active = false;
+    bool m_active = true;
     char* m_bytes = nullptr;  // set by the memory stream as it grows and when it closes
     size_t m_size = 0;
 };
@@ -180,6 +184,18 @@ void ResetImportWriterState() {
     importedModules.clear();
 }
 
+NameValueList* NameValueList::Join(NameValueList* first, NameValueList* second) {
+    if (!first) return second;
+    if (!second) return first;
+    NameValueList* firstLast = first->back;
+    NameValueList* secondLast = second->back;
+    firstLast->forw = second;
+    second->back = firstLast;
+    secondLast->forw = first;
+    first->back = secondLast;
+    return first;
+}
+
 NameValueList* NameValueList::put(NameValueList* list, const char* szName, const char* szParent,
                                   int subid) {
     NameValueList* rec = new NameValueList{nullptr, nullptr, szName, szParent, subid};
@@ -265,7 +281,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     const bool importedAgain = ImportedAgain(szModule) && importReuse.enabled;
     struct stat st;
     const bool identified = fstat(fileno(m_pInFile), &st) == 0;
-    ModListNode* mods = nullptr;
+    ModListNode* mods = nullptr;  // kept in importedModules
     auto kept = importReuse.kept.find(szModule);
     if (kept != importReuse.kept.end() && identified && SameFile(kept->second, *opened, st)) {
         // Parsed before: the same records, and the trace the parse wrote.
@@ -280,16 +296,21 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
         // A module that will be imported again has its trace records caught
         // in memory, so that they can be written again; they go to the
         // trace file as soon as the parse is over.
-        TraceCapture capture(m_pTrapFile, importedAgain && identified && m_pTrapFile);
+        std::unique_ptr<TraceCapture> capture;
+        if (importedAgain && identified && m_pTrapFile) capture = std::make_unique<TraceCapture>(m_pTrapFile);
         const unsigned messagesBefore = m_nMessages;
 
-        mods = Parse(2);
+        ModListPtr parsed(Parse(2));
         CloseInput();
+        if (parsed) {
+            importedModules.push_back(parsed.get());
+            mods = parsed.release();
+        }
 
-        if (capture.Active()) {
-            const bool captured = capture.Finish();
-            if (capture.Size() != 0) fwrite(capture.Bytes(), 1, capture.Size(), m_pTrapFile.get());
-            if (captured && mods && m_nMessages == messagesBefore) {
+        if (capture) {
+            capture->Finish();
+            if (capture->Size() != 0) fwrite(capture->Bytes(), 1, capture->Size(), m_pTrapFile.get());
+            if (mods && m_nMessages == messagesBefore) {
                 ReusableImport& r = importReuse.kept[szModule];
                 r.fileName = *opened;
                 r.device = st.st_dev;
@@ -297,7 +318,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
                 r.size = st.st_size;
                 r.modified = st.st_mtim;
                 r.mods = mods;
-                r.trace.assign(capture.Bytes(), capture.Size());
+                r.trace.assign(capture->Bytes(), capture->Size());
             } else {
                 importReuse.kept.erase(szModule);
             }
@@ -305,18 +326,14 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
             importReuse.kept.erase(szModule);
         }
         PrintUserTypes(file);
-        if (mods) importedModules.push_back(mods);
     }
 
     for (ModListNode* mod = mods; mod; mod = mod->next_mod) {
         ModuleDefinitions defs(mod->node);
         for (keyword* kp = importFile->imports; kp; kp = kp->next) {
             if (!kp->szLabel) continue;
-            NameValueList* list = ResolveParent(defs, kp->szLabel, nullptr);
-            if (list) {
-                list->dump(file);
-                NameValueList::FreeList(list);
-            }
+            const NameValueListPtr list(ResolveParent(defs, kp->szLabel, nullptr));
+            if (list) list->dump(file);
         }
     }
     return true;
@@ -370,8 +387,9 @@ NameValueList* CMib2Trap::ResolveParent(ModuleDefinitions& defs, const char* szL
             // The caller's text may not outlive this call: the set keeps a
             // copy of it.
             const size_t len = std::strlen(label);
-            defs.copies.emplace_back(new char[len + 1]);
-            std::memcpy(defs.copies.back().get(), label, len + 1);
+            std::unique_ptr<char[]> copy(new char[len + 1]);
+            std::memcpy(copy.get(), label, len + 1);
+            defs.copies.push_back(std::move(copy));
             defs.expanded.InsertNew(defs.copies.back().get(), labelHash);
         } else {
             defs.expanded.InsertNew(label, labelHash);
@@ -391,7 +409,12 @@ NameValueList* CMib2Trap::ResolveParent(ModuleDefinitions& defs, const char* szL
         }
     }
 
-    for (auto it = order.rbegin(); it != order.rend(); ++it)
-        list = NameValueList::put(list, it->szName, it->szParent, it->subid);
-    return list;
+    // Built apart and joined to the caller's list at the end, so that the
+    // records made are released should memory run out on the way.
+    NameValueListPtr added;
+    for (auto it = order.rbegin(); it != order.rend(); ++it) {
+        NameValueList* grown = NameValueList::put(added.get(), it->szName, it->szParent, it->subid);
+        if (!added) added.reset(grown);
+    }
+    return NameValueList::Join(list, added.release());
 }

@@ -240,7 +240,8 @@ public:
     // has no effect once a block exists.
     void Reserve(size_t inputBytes);
     // Zero-filled storage for `size` bytes, aligned for any record (records
-    // hold pointers and ints); null when memory runs out.
+    // hold pointers and ints).  Like every allocation of the compiler it
+    // throws std::bad_alloc when memory runs out.
     void* Allocate(size_t size);
     // A terminated copy of the first len characters of text.
     char* CopyText(const char* text, size_t len);
@@ -256,7 +257,7 @@ public:
 
 private:
     struct Block;
-    bool Grow(size_t need);
+    void Grow(size_t need);
     char* AllocateRaw(size_t size, size_t align);
 
     Block* m_last = nullptr;     // newest block; each links to the one before
@@ -332,9 +333,17 @@ struct NameValueList {
 
     static NameValueList* put(NameValueList* list, const char* szName, const char* szParent,
                               int subid);
+    // The records of first, then those of second, as one list.
+    static NameValueList* Join(NameValueList* first, NameValueList* second);
     void dump(FILE* file);
     static void FreeList(NameValueList* list);  // releases the records, not the names
 };
+
+// Owns a whole NameValueList.
+struct NameValueListRelease {
+    void operator()(NameValueList* list) const { NameValueList::FreeList(list); }
+};
+using NameValueListPtr = std::unique_ptr<NameValueList, NameValueListRelease>;
 
 // ---------------------------------------------------------------------------
 // Process-wide state.
@@ -355,9 +364,9 @@ void ResetProcessState();
 // trace-file names are formed from this prefix.
 size_t BaseNameLength(const char* szName);
 
-// A heap copy (malloc) of the first len characters of text with a terminator;
-// null when memory runs out.  For texts that outlive a parse (user types,
-// the import list) and for short-lived ones; released with FreeHeap.
+// A heap copy of the first len characters of text with a terminator.  For
+// texts that outlive a parse (user types, the import list) and for
+// short-lived ones; released with FreeHeap.
 char* CopyText(const char* text, size_t len);
 // The same for a whole text; a null text gives null.
 char* CopyText(const char* text);
@@ -383,6 +392,19 @@ void CopyInto(char (&field)[N], const char* text) {
 // Frees the labels of the first count components of an OID value read by
 // GetOid and clears them.
 void ReleaseOidLabels(subid* oider, int count);
+
+// Releases the labels of an OID value read by GetOid when it goes.
+class OidLabels {
+public:
+    OidLabels(subid* oider, int count) : m_oider(oider), m_count(count) {}
+    ~OidLabels() { ReleaseOidLabels(m_oider, m_count); }
+    OidLabels(const OidLabels&) = delete;
+    OidLabels& operator=(const OidLabels&) = delete;
+
+private:
+    subid* m_oider;
+    int m_count;
+};
 
 // The written-names lists of the writers: a circular list without a separate
 // head whose elements own copies (new[]) of the names in the order written,
@@ -611,5 +633,11 @@ public:
 private:
     Stream m_input;  // the MIB input when OpenInput opened it; m_pInFile views it
 };
+
+// Owns a parse's module list (see CMib2Trap::FreeModList).
+struct ModListRelease {
+    void operator()(ModListNode* list) const { CMib2Trap::FreeModList(list); }
+};
+using ModListPtr = std::unique_ptr<ModListNode, ModListRelease>;
 
 #endif  // TRAPSMITH_MIB2TRAP_H

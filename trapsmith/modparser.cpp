@@ -62,6 +62,9 @@ char* CopyWithoutSeparator(const char* word) {
 class ModuleParser {
 public:
     ModuleParser(CMib2Trap& mib, int pass) : mib(mib), pass(pass) {}
+    // A parse cut short by running out of memory leaves labels no FROM
+    // has taken yet.
+    ~ModuleParser() { ReleasePendingImports(); }
     ModuleParser(const ModuleParser&) = delete;
     ModuleParser& operator=(const ModuleParser&) = delete;
 
@@ -275,10 +278,6 @@ void ModuleParser::ModuleHeader() {
     }
 
     ModListNode* mod = mib.CreateModule(szName, mib.m_szMibName ? mib.m_szMibName : "");
-    if (mod == nullptr) {
-        Fail();
-        return;
-    }
     if (mlp != nullptr)
         mlp->next_mod = mod;
     else
@@ -319,13 +318,13 @@ void ModuleParser::ImportsExports() {
 }
 
 void ModuleParser::RecordFrom() {
-    char* szModule = CopyWithoutSeparator(szToken);
     importFilesList* entry = NewHeapRecord<importFilesList>();
-    if (szModule == nullptr || entry == nullptr) {
-        FreeHeap(szModule);
+    char* szModule;
+    try {
+        szModule = CopyWithoutSeparator(szToken);
+    } catch (...) {
         FreeHeap(entry);
-        Fail();
-        return;
+        throw;
     }
     entry->szLabel = szModule;
     entry->imports = imports;
@@ -342,12 +341,12 @@ void ModuleParser::RecordFrom() {
 
 void ModuleParser::RecordPendingLabel() {
     keyword* kp = NewHeapRecord<keyword>();
-    char* szLabel = CopyWithoutSeparator(szToken);
-    if (kp == nullptr || szLabel == nullptr) {
+    char* szLabel;
+    try {
+        szLabel = CopyWithoutSeparator(szToken);
+    } catch (...) {
         FreeHeap(kp);
-        FreeHeap(szLabel);
-        Fail();
-        return;
+        throw;
     }
     kp->szLabel = szLabel;
     if (importsTail != nullptr)
@@ -390,16 +389,15 @@ void ModuleParser::End() {
 void ModuleParser::Register(node* r, bool bValueRead) {
     if (!bValueRead && r->subid == -1) {
         subid oider[MAX_OID_COMPONENTS];
-        int n = mib.GetOid(oider, MAX_OID_COMPONENTS);
+        const int n = mib.GetOid(oider, MAX_OID_COMPONENTS);
+        const OidLabels labels(oider, n);
         if (n < 2) {
             // Nothing to register (or an error GetOid has reported): the
             // statement is dropped, its record left behind in the arena, and
             // the parse goes on.
-            ReleaseOidLabels(oider, n);
             return;
         }
         r = BuildRegistration(r, oider, n);
-        ReleaseOidLabels(oider, n);
         if (r == nullptr) {
             Fail();
             return;
@@ -437,7 +435,6 @@ node* ModuleParser::BuildRegistration(node* r, subid* oider, int n) {
     node* last = nullptr;
     for (int i = 1; i < n - 1; ++i) {
         node* step = mib.CreateNode(TOK_OBJECT_IDENTIFIER);
-        if (step == nullptr) return nullptr;
         step->szLabel = mib.CopyLabel(oider[i].szLabel);
         // The step before has just copied this parent label: shared.
         step->szParent = last != nullptr ? last->szLabel : mib.CopyLabel(oider[i - 1].szLabel);

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <new>
 #include <utility>
@@ -31,37 +32,54 @@ Stream& Stream::operator=(Stream&& other) noexcept {
 }
 
 // Gives the stream a buffer of its own: kStreamBuffer bytes, or for a file
-// read whole no more than the file.  Without memory for it the stream keeps
-// the default buffer.
+// read whole no more than the file.
 void Stream::SetBuffer(bool reading) {
     size_t size = kStreamBuffer;
     struct stat st;
     if (reading && fstat(fileno(m_file), &st) == 0 && S_ISREG(st.st_mode) && st.st_size >= 0 &&
         static_cast<uint64_t>(st.st_size) < kStreamBuffer)
         size = (static_cast<size_t>(st.st_size) / 4096 + 1) * 4096;
-    std::unique_ptr<char[]> buffer(new (std::nothrow) char[size]);
-    if (buffer != nullptr && setvbuf(m_file, buffer.get(), _IOFBF, size) == 0) m_buffer = std::move(buffer);
+    std::unique_ptr<char[]> buffer(new char[size]);
+    if (setvbuf(m_file, buffer.get(), _IOFBF, size) == 0) m_buffer = std::move(buffer);
 }
 
 Stream OpenStream(const char* szName, const char* szMode) {
     Stream s(fopen(szName, szMode));
-    if (s) s.SetBuffer(szMode[0] == 'r');
+    if (!s) {
+        // The C library had no memory for the stream.
+        if (errno == ENOMEM) throw std::bad_alloc();
+        return s;
+    }
+    s.SetBuffer(szMode[0] == 'r');
     return s;
 }
 
 Stream OpenRewriteStream(const char* szName) {
     // The flags of fopen's "w" without O_TRUNC.
     const int fd = open(szName, O_WRONLY | O_CREAT, 0666);
-    if (fd < 0) return Stream();
+    if (fd < 0) {
+        if (errno == ENOMEM) throw std::bad_alloc();
+        return Stream();
+    }
     Stream s(fdopen(fd, "w"));
     if (!s) {
+        const int error = errno;
         close(fd);
+        if (error == ENOMEM) throw std::bad_alloc();
         return s;
     }
     struct stat st;
     s.m_cutAtClose = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
     s.SetBuffer(false);
     return s;
+}
+
+bool Stream::Retarget(const char* szName) {
+    const int fd = open(szName, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    if (fd < 0) return false;
+    const bool moved = dup2(fd, fileno(m_file)) >= 0;
+    close(fd);
+    return moved;
 }
 
 int Stream::Close() {

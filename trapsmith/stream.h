@@ -2,7 +2,9 @@
 //
 // OpenStream and OpenRewriteStream open the files of a compile with a 64 KB
 // buffer instead of the default 4 KB, so that the input and the work files
-// are read and written in few system calls.
+// are read and written in few system calls.  When the C library or the
+// kernel has no memory for a stream, or there is none for its buffer, they
+// throw std::bad_alloc like any allocation of the compiler.
 #ifndef TRAPSMITH_STREAM_H
 #define TRAPSMITH_STREAM_H
 
@@ -26,6 +28,13 @@ public:
     bool operator==(std::nullptr_t) const { return m_file == nullptr; }
     bool operator!=(std::nullptr_t) const { return m_file != nullptr; }
 
+    // Makes a write stream that has written nothing yet write to a new file
+    // instead, created like fopen's "w" creates it: the file takes the
+    // stream's descriptor, and the stream keeps its FILE and its buffer, so
+    // that no memory is needed.  False, the stream unchanged, when the file
+    // cannot be created.
+    bool Retarget(const char* szName);
+
     // Closes the stream and releases its buffer; a file opened by
     // OpenRewriteStream is first cut where writing ended.  Returns fclose's
     // result, 0 when there was no stream; the Stream is empty afterwards.
@@ -42,7 +51,7 @@ private:
 };
 
 // Opens a stream like fopen; a file read whole gets a buffer no larger than
-// itself.  Empty when fopen fails.
+// itself.  Empty when fopen fails for another reason than memory.
 Stream OpenStream(const char* szName, const char* szMode);
 // Opens a file for writing like OpenStream(szName, "w"), except that a file
 // already there is written over in place and cut where writing ended when the

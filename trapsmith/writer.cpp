@@ -259,10 +259,11 @@ void ResetPrintMIBState() {
 bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
     for (ModListNode* mod = pHead; mod; mod = mod->next_mod) {
         const size_t nameLen = strnlen(mod->szModName, sizeof mod->szModName);
+        char* name = new char[nameLen + 1];
+        std::memcpy(name, mod->szModName, nameLen);
+        name[nameLen] = '\0';
         delete[] szMibModuleName;
-        szMibModuleName = new char[nameLen + 1];
-        std::memcpy(szMibModuleName, mod->szModName, nameLen);
-        szMibModuleName[nameLen] = '\0';
+        szMibModuleName = name;
 
         PrintUserTypes(file);
 
