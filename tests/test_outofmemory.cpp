@@ -53,6 +53,13 @@ bool FailThisOne() {
 
 #if defined(TRAPSMITH_TEST_SANITIZED)
 
+namespace {
+
+// Out of line, so that the compiler sees no operator new paired with free.
+[[gnu::noinline]] void Release(void* p) { std::free(p); }
+
+}  // namespace
+
 void* operator new(size_t n) {
     void* p = FailThisOne() ? nullptr : std::malloc(n ? n : 1);
     if (p == nullptr) throw std::bad_alloc();
@@ -70,14 +77,14 @@ void* operator new(size_t n, std::align_val_t a) {
     return p;
 }
 void* operator new[](size_t n, std::align_val_t a) { return operator new(n, a); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-void operator delete[](void* p, size_t) noexcept { std::free(p); }
-void operator delete(void* p, std::align_val_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::align_val_t) noexcept { std::free(p); }
-void operator delete(void* p, size_t, std::align_val_t) noexcept { std::free(p); }
-void operator delete[](void* p, size_t, std::align_val_t) noexcept { std::free(p); }
+void operator delete(void* p) noexcept { Release(p); }
+void operator delete[](void* p) noexcept { Release(p); }
+void operator delete(void* p, size_t) noexcept { Release(p); }
+void operator delete[](void* p, size_t) noexcept { Release(p); }
+void operator delete(void* p, std::align_val_t) noexcept { Release(p); }
+void operator delete[](void* p, std::align_val_t) noexcept { Release(p); }
+void operator delete(void* p, size_t, std::align_val_t) noexcept { Release(p); }
+void operator delete[](void* p, size_t, std::align_val_t) noexcept { Release(p); }
 
 #else
 
