@@ -42,7 +42,7 @@ TEST_F(CompilerTest, InitializeNamesTheTraceFileAfterTheCutName) {
     // Without a dot ".dbg" goes on the whole name; mode 2 needs no output file.
     ASSERT_TRUE(imported.Initialize("SNMPv2-SMI", nullptr, 2));
     EXPECT_STREQ(imported.m_tmpFileStr, "SNMPv2-SMI.dbg");
-    EXPECT_EQ(imported.m_pCfgFile, nullptr);
+    EXPECT_EQ(imported.m_pCfgFile.get(), nullptr);
 }
 
 TEST_F(CompilerTest, InitializeFailuresPrintTheirMessageWithLineZero) {
@@ -113,10 +113,10 @@ TEST_F(CompilerTest, DestructorClosesStreamsAndTraceStopsWithoutAFile) {
     {
         CMib2Trap mib;  // as import resolution leaves it: trace file still open
         ASSERT_TRUE(mib.Initialize("IMPORTED-MIB", "left.int", 1));
-        traceFd = fileno(mib.m_pTrapFile);
-        outFd = fileno(mib.m_pCfgFile);
+        traceFd = fileno(mib.m_pTrapFile.get());
+        outFd = fileno(mib.m_pCfgFile.get());
         mib.Trace("%s %d%%\n", "#-OBJECT_OID: system", 3);
-        fflush(mib.m_pTrapFile);
+        fflush(mib.m_pTrapFile.get());
         EXPECT_EQ(Slurp("IMPORTED-MIB.dbg"), "#-OBJECT_OID: system 3%\n");
     }
     EXPECT_EQ(fcntl(traceFd, F_GETFD), -1);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <deque>
+#include <memory>
 #include <string>
 
 #include "test_util.h"
@@ -32,14 +33,17 @@ protected:
         np->subid = subid;
         if (nodes.size() > 1) nodes[nodes.size() - 2].next = np;
     }
-    // Resolves one imported label and writes its list, as ProcessImports does.
+    // Resolves one imported label and writes its list, as ProcessImports does;
+    // the module's definitions are looked up from the first call on.
     void Resolve(const std::string& label) {
-        NameValueList* list = mib.ResolveParent(&nodes.front(), label.c_str(), nullptr);
+        if (!defs) defs = std::make_unique<ModuleDefinitions>(&nodes.front());
+        NameValueList* list = CMib2Trap::ResolveParent(*defs, label.c_str(), nullptr);
         if (list) list->dump(out);
         NameValueList::FreeList(list);
     }
     CMib2Trap mib;
     std::deque<node> nodes;
+    std::unique_ptr<ModuleDefinitions> defs;
     FILE* out = std::tmpfile();
 };
 
@@ -110,7 +114,7 @@ std::vector<std::string> ResolveAll(bool reuse) {
             EXPECT_TRUE(mib.Initialize(entry->szLabel, nullptr, 2));
             EXPECT_TRUE(mib.ProcessImports(entry, imports));
         });
-        fflush(mib.m_pTrapFile);
+        fflush(mib.m_pTrapFile.get());
         seen.push_back(out + "|" + Slurp(std::string(entry->szLabel) + ".dbg"));
     }
     fclose(imports);

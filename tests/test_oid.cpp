@@ -21,7 +21,6 @@ static std::string ParseOid(const std::string& text, const char* name = "foo") {
     for (node* np = chain; np; np = np->next)
         recs += std::string(np->szLabel) + "<" + np->szParent + "." + std::to_string(np->subid) +
                 ":" + std::to_string(np->type) + "@" + std::to_string(np->def_line) + " ";
-    CMib2Trap::FreeNodeList(chain);
     return recs + out;
 }
 
@@ -44,11 +43,10 @@ TEST(GetOid, ComponentsAndLimits) {
     EXPECT_TRUE(!strcmp(oid[1].szLabel, "org") && oid[1].nSubid == 3);
     EXPECT_TRUE(!oid[2].szLabel && oid[2].nSubid == 6);
     EXPECT_EQ(oid[3].nSubid, INT_MAX);  // held at the top, never wrapped to -1
-    for (int i = 0; i < 4; ++i) free(oid[i].szLabel);
+    ReleaseOidLabels(oid, 4);
     for (int i = 0; i < 2; ++i) {
         ASSERT_EQ(f.mib.GetOid(oid, 16), 2);
-        free(oid[0].szLabel);
-        free(oid[1].szLabel);
+        ReleaseOidLabels(oid, 2);
     }
 
     const char* failures[][2] = {

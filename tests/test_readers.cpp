@@ -30,7 +30,6 @@ std::string Read(Reader reader, const std::string& text, int entry = TOK_INDEX) 
             if (!list) result = "null";
             for (tagBracedList* p = list; p; p = p->pNext)
                 result += "[" + std::string(p->szString) + "]";
-            CMib2Trap::FreeBracedList(list);
         }
     });
     if (np.fixed_len) result += "=" + std::to_string(np.fixed_len);

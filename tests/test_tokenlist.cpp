@@ -8,10 +8,7 @@
 
 #include "mib2trap.h"
 
-static char* Dup(const char* s) {
-    size_t n = std::strlen(s) + 1;
-    return static_cast<char*>(std::memcpy(std::malloc(n), s, n));
-}
+static char* Dup(const char* s) { return CopyText(s); }
 
 static std::string Walk(MibTokenList* head) {
     std::string s;
@@ -23,7 +20,7 @@ TEST(TokenList, InsertsAtTheTailAndUnlinks) {
     MibTokenList* list = nullptr;
     char* kept = Dup("k");
     EXPECT_EQ(CMib2Trap::InsertTokenIntoQueue(kept, list), nullptr);  // no list yet
-    std::free(kept);
+    FreeHeap(kept);
 
     CMib2Trap::CreateTokenListHead(&list);
     ASSERT_NE(list, nullptr);
@@ -61,7 +58,6 @@ TEST(TokenList, ReleasesEmptyAbsentAndBorrowingLists) {
     CMib2Trap::FreeObjDefnOnTokenList(borrowed);
     EXPECT_EQ(Walk(borrowed), "--");
     CMib2Trap::FreeTokenList(borrowed);
-    for (node* np : records) CMib2Trap::FreeNode(np);  // still ours to release
 }
 
 // A written-names list keeps each name once, in the order first added, as a

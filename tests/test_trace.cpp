@@ -148,7 +148,7 @@ TEST_F(TraceTest, ImportedModuleHasNoMibFileRecord) {
         CAPTURE_STDOUT(printed, ok = imp.ProcessImports(&entry, out));
         EXPECT_TRUE(ok) << printed;
         // Import resolution leaves the trace file open: flush it to read it.
-        if (imp.m_pTrapFile) fflush(imp.m_pTrapFile);
+        if (imp.m_pTrapFile) fflush(imp.m_pTrapFile.get());
         EXPECT_EQ(Slurp("IMP-MIB.dbg"),
                   "#-MODULENAME: IMP-MIB\n\n"
                   "#-START_OBJECTNAME: impTable\n#-OBJCET_SYNTAX: SEQUENCE OF ImpEntry\n"

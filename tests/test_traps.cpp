@@ -60,7 +60,6 @@ TEST(TrapType, AcceptedLimits) {
         if (!c.notes.empty()) {
             EXPECT_NE(f.TraceText().find(c.notes[0] + "\n#-TRAP_SPECIFIC_ID"), std::string::npos);
         }
-        CMib2Trap::FreeNode(np);
     }
 }
 
@@ -153,7 +152,6 @@ TEST(FixTrapTypeNodes, MatchesSearchFromFirstRecord) {
         node* head = Build(f.mib, recs);
         ASSERT_EQ(f.mib.FixTrapTypeNodes(&head), 0);
         EXPECT_EQ(Dump(head), SlowFix(recs)) << "round " << round;
-        CMib2Trap::FreeNodeList(head);
     }
 }
 
@@ -163,7 +161,6 @@ TEST(FixTrapTypeNodes, GeneratedLabelMustFit) {
     node* head = Build(f.mib, {{"t", fits, 1, TOK_TRAP_TYPE}});
     EXPECT_EQ(f.mib.FixTrapTypeNodes(&head), 0);
     EXPECT_EQ(head->szLabel, fits + "_Corvanta_v1traps_");
-    CMib2Trap::FreeNodeList(head);
 
     // A cut label could merge two enterprises: refused, the list stays whole.
     head = Build(f.mib, {{"t0", "a", 1, TOK_TRAP_TYPE}, {"t", fits + "e", 1, TOK_TRAP_TYPE}});
@@ -171,5 +168,4 @@ TEST(FixTrapTypeNodes, GeneratedLabelMustFit) {
     EXPECT_EQ(Dump(head), (std::vector<Rec>{{"a_Corvanta_v1traps_", "a", 0, 0},
                                             {"t0", "a_Corvanta_v1traps_", 1, TOK_TRAP_TYPE},
                                             {"t", fits + "e", 1, TOK_TRAP_TYPE}}));
-    CMib2Trap::FreeNodeList(head);
 }

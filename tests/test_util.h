@@ -80,15 +80,13 @@ struct MibFixture {
         ResetProcessState();
         mib.HashInit();
         mib.m_pInFile = TextStream(text);
-        mib.m_pTrapFile = std::tmpfile();
-        mib.m_pCfgFile = std::tmpfile();
+        mib.m_pTrapFile = Stream(std::tmpfile());
+        mib.m_pCfgFile = Stream(std::tmpfile());
         mib.m_nLine = 1;
     }
     ~MibFixture() {
         if (mib.m_pInFile) fclose(mib.m_pInFile);
-        if (mib.m_pTrapFile) fclose(mib.m_pTrapFile);
-        if (mib.m_pCfgFile) fclose(mib.m_pCfgFile);
-        mib.m_pInFile = mib.m_pTrapFile = mib.m_pCfgFile = nullptr;
+        mib.m_pInFile = nullptr;  // the trace and output streams close themselves
         ResetProcessState();
     }
     MibFixture(const MibFixture&) = delete;
@@ -101,7 +99,7 @@ struct MibFixture {
         if (text) *text = buf;
         return code;
     }
-    std::string TraceText() { return ReadStream(mib.m_pTrapFile); }
+    std::string TraceText() { return ReadStream(mib.m_pTrapFile.get()); }
 };
 
 // Captures what a piece of code prints on standard output.

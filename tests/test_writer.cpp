@@ -71,17 +71,18 @@ TEST_F(Writer, QueueBreaksTiesByPositionEndsCyclesAndHandlesLongChains) {
     std::vector<node*> all{m.Add(TOK_OBJECT_TYPE, "y", "x", 1), m.Add(TOK_OBJECT_TYPE, "x", "z", 1),
                            m.Add(TOK_OBJECT_IDENTIFIER, "x", "z", 2), m.Add(TOK_OBJECT_IDENTIFIER, "a", "b", 1),
                            m.Add(TOK_OBJECT_IDENTIFIER, "b", "a", 1), m.Add(TOK_OBJECT_IDENTIFIER, "s", "s", 1)};
-    std::vector<node*> queue;
-    for (node* np : all) mib.AddToQueue(&all, &queue, np);
-    EXPECT_EQ((std::vector<node*>{all[1], all[0], all[2], all[4], all[3], all[5]}), queue);
+    ModuleQueue queue(all);
+    for (node* np : all) CMib2Trap::AddToQueue(queue, np);
+    EXPECT_EQ((std::vector<node*>{all[1], all[0], all[2], all[4], all[3], all[5]}), queue.records);
 
     const int n = 100000;  // child first: each record pulls all its ancestors forward
-    std::vector<node*> chain, chainQueue;
+    std::vector<node*> chain;
     for (int i = n - 1; i >= 0; --i)
         chain.push_back(m.Add(TOK_OBJECT_IDENTIFIER, "l" + std::to_string(i), "l" + std::to_string(i - 1), 1));
-    for (node* np : chain) mib.AddToQueue(&chain, &chainQueue, np);
-    ASSERT_EQ(static_cast<size_t>(n), chainQueue.size());
-    for (int i = 0; i < n; ++i) ASSERT_EQ(chain[n - 1 - i], chainQueue[i]);
+    ModuleQueue chainQueue(chain);
+    for (node* np : chain) CMib2Trap::AddToQueue(chainQueue, np);
+    ASSERT_EQ(static_cast<size_t>(n), chainQueue.records.size());
+    for (int i = 0; i < n; ++i) ASSERT_EQ(chain[n - 1 - i], chainQueue.records[i]);
 }
 
 TEST_F(Writer, WrittenLabelsOutliveTheirModuleList) {

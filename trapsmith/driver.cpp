@@ -13,8 +13,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "folderlock.h"
@@ -81,6 +83,14 @@ bool SameFile(const std::string& mib, const struct stat* mibStat, const std::str
            st.st_ino == mibStat->st_ino;
 }
 
+// Removes the file named `name` followed by `suffix`.  A name longer than a
+// path can be names no file.
+void RemoveNamed(const char* name, const char* suffix) {
+    char path[PATH_MAX];
+    const int n = snprintf(path, sizeof path, "%s%s", name, suffix);
+    if (n >= 0 && static_cast<size_t>(n) < sizeof path) remove(path);
+}
+
 // A MIB file that is also one of the files the run creates or removes (for
 // example "foo.int" or "foo.dbg") would be emptied by the compile or deleted
 // by cleanup.  Such a name is refused before anything is touched.
@@ -99,56 +109,82 @@ bool ClashesWithWorkFile(const char* szMibFileName, const char* szModuleName) {
     return false;
 }
 
+// Memory ran out: says so in one line, then ends the compile as a failed
+// parse does.  The line comes from the compiler object at hand, as catalog
+// message 101 with the line being read ("\nLine: N: Error: out of memory");
+// with none at hand (the driver's own work) it is "\nError: out of memory".
+// Nothing here needs memory.
+int FailOutOfMemory(CMib2Trap* mib) {
+    if (mib)
+        mib->DisplayMsg(101);
+    else
+        printf("\nError: out of memory");
+    printf("\nMib compilation failed.\n");
+    return 1;
+}
+
+enum class ImportsResult { kCompiled, kWarnings, kOutOfMemory };
+
 // Resolves every imported module into the open ".imports" stream, each with
-// a compiler object of its own.  Returns true when some module could not be
-// compiled.
-bool CompileImports(FILE* pImpFile) {
+// a compiler object of its own.  A module that cannot be compiled is a
+// warning; running out of memory in one, which would silently drop its
+// registrations, fails the whole compile and has been reported.
+ImportsResult CompileImports(FILE* pImpFile) {
     bool warnings = false;
     for (importFilesList* entry = importFiles; entry; entry = entry->next) {
         auto mib2TrapImports = std::make_unique<CMib2Trap>();
-        // A module name holding a '/' gets no trace file: ProcessImports
-        // reports it as not found before it opens anything.
-        if (!ModuleNameIsPath(entry->szLabel) && !mib2TrapImports->Initialize(entry->szLabel, nullptr, 2)) {
-            warnings = true;
-            printf("\ncould not compile module %s. init failed.\n", entry->szLabel);
-        } else if (!mib2TrapImports->ProcessImports(entry, pImpFile)) {
-            printf("\ncould not compile module %s\n", entry->szLabel);
-            warnings = true;
+        try {
+            // A module name holding a '/' gets no trace file: ProcessImports
+            // reports it as not found before it opens anything.
+            if (!ModuleNameIsPath(entry->szLabel) && !mib2TrapImports->Initialize(entry->szLabel, nullptr, 2)) {
+                warnings = true;
+                printf("\ncould not compile module %s. init failed.\n", entry->szLabel);
+            } else if (!mib2TrapImports->ProcessImports(entry, pImpFile)) {
+                printf("\ncould not compile module %s\n", entry->szLabel);
+                warnings = true;
+            }
+        } catch (const std::bad_alloc&) {
+            FailOutOfMemory(mib2TrapImports.get());
+            return ImportsResult::kOutOfMemory;
         }
     }
-    return warnings;
+    return warnings ? ImportsResult::kWarnings : ImportsResult::kCompiled;
 }
 
 // Writes {base}.cfg: the header, then the ".imports" file, then the ".int"
-// file.  Returns the exit status.
+// file, after rotating the backups.  Returns the exit status.
+//
+// Every stream is made before the backups are rotated, so that nothing can
+// run out of memory once the previous result has moved: the ".cfg" stream
+// starts on /dev/null and takes over the descriptor of the new file when
+// that is created.
 int AssembleCfg(const RunNames& names, bool warnings) {
-    FILE* pIntFile = OpenStream(names.szPass_3_File, "w");
-    if (!pIntFile) {
+    Stream pIntFile = OpenStream("/dev/null", "w");
+    Stream pIntCfgFile = OpenStream(names.szPass_1_Output, "r");
+    Stream pImpFile = OpenStream(names.szImportsFile, "r");
+    RotateBackups(names.szModuleName);
+
+    if (!pIntFile || !pIntFile.Retarget(names.szPass_3_File)) {
         printf("\ncould not open intermediate file %s for output\n", names.szPass_3_File);
         return 1;
     }
-    FILE* pIntCfgFile = OpenStream(names.szPass_1_Output, "r");
     if (!pIntCfgFile) {
         printf("\ncould not open %s for read\n", names.szPass_1_Output);
-        CloseStream(pIntFile);
         return 1;
     }
-    FILE* pImpFile = OpenStream(names.szImportsFile, "r");
     if (!pImpFile) {
         printf("\ncould not open %s for read\n", names.szImportsFile);
-        CloseStream(pIntFile);
-        CloseStream(pIntCfgFile);
         return 1;
     }
 
     // PrintMIB names the module it writes; a header is still well formed if
     // nothing set the name.
-    fprintf(pIntFile, "#-MIBFILE: %s.mib\n\n", names.szModuleName);
-    fprintf(pIntFile, "%s DEFINITIONS ::= BEGIN\n\n", szMibModuleName ? szMibModuleName : "");
-    bool copied = CopyFileBlocks(pImpFile, pIntFile) && CopyFileBlocks(pIntCfgFile, pIntFile);
-    CloseStream(pImpFile);
-    CloseStream(pIntCfgFile);
-    copied = CloseStream(pIntFile) == 0 && copied;
+    fprintf(pIntFile.get(), "#-MIBFILE: %s.mib\n\n", names.szModuleName);
+    fprintf(pIntFile.get(), "%s DEFINITIONS ::= BEGIN\n\n", szMibModuleName ? szMibModuleName : "");
+    bool copied = CopyFileBlocks(pImpFile.get(), pIntFile.get()) && CopyFileBlocks(pIntCfgFile.get(), pIntFile.get());
+    pImpFile.Close();
+    pIntCfgFile.Close();
+    copied = pIntFile.Close() == 0 && copied;
 
     // A result that could not be written completely (a full disk) must not be
     // reported as a success, nor left behind looking like one: the truncated
@@ -167,24 +203,55 @@ int AssembleCfg(const RunNames& names, bool warnings) {
 
 // The compile phases after the command line, in their fixed order.  Returns
 // the exit status; every stream the phases open is closed when it returns.
+// Running out of memory ends the phases here, before the backups are
+// rotated.
 int RunPhases(const char* szMibFileName, RunNames& names) {
-    CMib2Trap mib2Trap;
-    if (!mib2Trap.Initialize(names.szModuleName, names.szPass_1_Output, 1)) return 1;
-    if (!mib2Trap.CompileMIB(szMibFileName, 1)) {
-        printf("\nMib compilation failed.\n");
-        return 1;
-    }
+    try {
+        CMib2Trap mib2Trap;
+        try {
+            if (!mib2Trap.Initialize(names.szModuleName, names.szPass_1_Output, 1)) return 1;
+            if (!mib2Trap.CompileMIB(szMibFileName, 1)) {
+                printf("\nMib compilation failed.\n");
+                return 1;
+            }
+        } catch (const std::bad_alloc&) {
+            return FailOutOfMemory(&mib2Trap);
+        }
 
-    FILE* pImpFile = OpenStream(names.szImportsFile, "w");
-    if (!pImpFile) {
-        printf("\ncould not open %s for output\n", names.szImportsFile);
-        return 1;
-    }
-    bool warnings = CompileImports(pImpFile);
-    CloseStream(pImpFile);
+        Stream pImpFile = OpenStream(names.szImportsFile, "w");
+        if (!pImpFile) {
+            printf("\ncould not open %s for output\n", names.szImportsFile);
+            return 1;
+        }
+        const ImportsResult imports = CompileImports(pImpFile.get());
+        pImpFile.Close();
+        if (imports == ImportsResult::kOutOfMemory) return 1;
 
-    RotateBackups(names.szModuleName);
-    return AssembleCfg(names, warnings);
+        return AssembleCfg(names, imports == ImportsResult::kWarnings);
+    } catch (const std::bad_alloc&) {
+        return FailOutOfMemory(nullptr);
+    }
+}
+
+// The run after the banner and the command line: the names, the folder
+// locks, the compile phases and the removal of the work files.
+int Run(const char* szMibFileName) {
+    RunNames names;
+    if (!FormNames(szMibFileName, &names)) return 1;
+    if (ClashesWithWorkFile(szMibFileName, names.szModuleName)) return 1;
+
+    // One compile per folder at a time: the working folder and the folder
+    // the results go to stay locked until the work files are removed, so
+    // that runs sharing a folder neither mix their work files nor rotate
+    // each other's backups half-way.
+    FolderLocks locks({".", FolderOf(names.szModuleName)});
+
+    // The main compiler object is gone by the time cleanup runs, so every
+    // stream it held is closed before its files are removed.
+    const int retval = RunPhases(szMibFileName, names);
+    fflush(stdout);
+    cleanup(names.szModuleName);
+    return retval;
 }
 
 }  // namespace
@@ -213,24 +280,16 @@ int TrapsmithMain(int argc, char** argv) {
         szArg = argv[1];  // further arguments are ignored
     }
 
-    std::string szMibFileName = szArg;
-    printf("\nCompiling %s\n", szMibFileName.c_str());
+    printf("\nCompiling %s\n", szArg);
 
-    RunNames names;
-    if (!FormNames(szMibFileName.c_str(), &names)) return 1;
-    if (ClashesWithWorkFile(szMibFileName.c_str(), names.szModuleName)) return 1;
-
-    // One compile per folder at a time: the working folder and the folder
-    // the results go to stay locked until the work files are removed, so
-    // that runs sharing a folder neither mix their work files nor rotate
-    // each other's backups half-way.
-    FolderLocks locks({".", FolderOf(names.szModuleName)});
-
-    // The main compiler object is gone by the time cleanup runs, so every
-    // stream it held is closed before its files are removed.
-    int retval = RunPhases(szMibFileName.c_str(), names);
-    fflush(stdout);
-    cleanup(names.szModuleName);
+    int retval;
+    try {
+        retval = Run(szArg);
+    } catch (const std::bad_alloc&) {
+        // Memory ran out before the folders were locked: the run has made no
+        // file yet.
+        retval = FailOutOfMemory(nullptr);
+    }
 
     // Nothing allocated by the compile survives the run, and the folder
     // locks go with it.
@@ -249,8 +308,10 @@ void cleanup(char* szModuleName) {
             if (!IsFolderLockDescriptor(fd)) close(fd);
     }
 
-    const std::string base = szModuleName ? szModuleName : "";
-    for (const char* suffix : {".int", ".dbg", ".tmp.dbg", ".imports"}) remove((base + suffix).c_str());
+    // The names are formed in a buffer on the stack: cleanup also runs after
+    // memory ran out.
+    const char* base = szModuleName ? szModuleName : "";
+    for (const char* suffix : {".int", ".dbg", ".tmp.dbg", ".imports"}) RemoveNamed(base, suffix);
     remove(".dbg");
     remove(".tmp.dbg");
 
@@ -258,8 +319,7 @@ void cleanup(char* szModuleName) {
     // name holding a '/' never named a file of the run.
     for (importFilesList* entry = importFiles; entry; entry = entry->next) {
         if (!entry->szLabel || ModuleNameIsPath(entry->szLabel)) continue;
-        const std::string module = entry->szLabel;
-        for (const char* suffix : {".int", ".dbg", ".tmp.dbg"}) remove((module + suffix).c_str());
+        for (const char* suffix : {".int", ".dbg", ".tmp.dbg"}) RemoveNamed(entry->szLabel, suffix);
     }
 }
 

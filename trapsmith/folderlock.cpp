@@ -31,7 +31,12 @@ FolderLocks::FolderLocks(const std::vector<std::string>& folders) {
         ino_t inode;
         int fd;
     };
+    // Room for every lock first: once a folder is open or locked, nothing
+    // may run out of memory before its descriptor is kept.
     std::vector<Opened> opened;
+    opened.reserve(folders.size());
+    m_fds.reserve(folders.size());
+    heldLocks.reserve(heldLocks.size() + folders.size());
     for (const std::string& folder : folders) {
         const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (fd < 0) continue;

@@ -7,14 +7,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "mib2trap.h"
 #include "smitext.h"
-#include "tokenizer_state.h"
 
 namespace {
 
@@ -41,8 +43,6 @@ struct ReusableImport {
     struct timespec modified {};
     ModListNode* mods = nullptr;  // kept in importedModules
     std::string trace;            // the trace records of the parse
-    int nLineAfter = 0;           // line counter and push-back after it
-    int chLastAfter = ' ';
 };
 
 struct ImportReuse {
@@ -53,6 +53,47 @@ struct ImportReuse {
     size_t reused = 0;  // imports that reused a kept parse
 };
 ImportReuse importReuse;
+
+// Catches the trace records written while it is active in memory, in place
+// of the trace file, and puts the trace file back when it finishes or goes.
+// A memory stream fails only when memory runs out: opening it, writing to it
+// or closing it then throws std::bad_alloc.
+class TraceCapture {
+public:
+    explicit TraceCapture(Stream& trace) : m_trace(trace) {
+        m_memory = Stream(open_memstream(&m_bytes, &m_size));
+        if (!m_memory) throw std::bad_alloc();
+        std::swap(m_trace, m_memory);  // m_memory holds the trace file meanwhile
+    }
+    ~TraceCapture() {
+        if (m_active) Restore();
+        std::free(m_bytes);
+    }
+    TraceCapture(const TraceCapture&) = delete;
+    TraceCapture& operator=(const TraceCapture&) = delete;
+
+    // Puts the trace file back; the records caught are then Bytes() and
+    // Size().
+    void Finish() {
+        const bool failed = std::ferror(m_trace.get()) != 0;
+        if (Restore() != 0 || failed || (m_bytes == nullptr && m_size != 0)) throw std::bad_alloc();
+    }
+    const char* Bytes() const { return m_bytes ? m_bytes : ""; }
+    size_t Size() const { return m_size; }
+
+private:
+    int Restore() {
+        m_active = false;
+        std::swap(m_trace, m_memory);
+        return m_memory.Close();
+    }
+
+    Stream& m_trace;
+    Stream m_memory;
+    bool m_active = true;
+    char* m_bytes = nullptr;  // set by the memory stream as it grows and when it closes
+    size_t m_size = 0;
+};
 
 bool SameFile(const ReusableImport& r, const std::string& fileName, const struct stat& st) {
     return r.fileName == fileName && r.device == st.st_dev && r.inode == st.st_ino && r.size == st.st_size &&
@@ -133,56 +174,6 @@ std::string Lower(std::string s) {
 
 }  // namespace
 
-namespace flat {
-
-void AllByLabel::Add(node* np) {
-    if (m_records.size() >= kNone - 1) return;
-    if (m_labels + 1 > m_slots.size() - m_slots.size() / 4) Rehash(CapacityFor(m_labels + 1));
-    const uint32_t index = static_cast<uint32_t>(m_records.size());
-    m_records.push_back(np);
-    m_next.push_back(kNone);
-    const uint32_t hash = static_cast<uint32_t>(HashText(np->szLabel));
-    const size_t mask = m_slots.size() - 1;
-    for (size_t i = hash & mask;; i = (i + 1) & mask) {
-        Slot& slot = m_slots[i];
-        if (slot.first == kNone) {
-            slot = Slot{hash, index, index};
-            ++m_labels;
-            return;
-        }
-        if (slot.hash == hash && std::strcmp(m_records[slot.first]->szLabel, np->szLabel) == 0) {
-            m_next[slot.last] = index;
-            slot.last = index;
-            return;
-        }
-    }
-}
-
-uint32_t AllByLabel::First(const char* szLabel) const {
-    if (m_labels == 0) return kNone;
-    const uint32_t hash = static_cast<uint32_t>(HashText(szLabel));
-    const size_t mask = m_slots.size() - 1;
-    for (size_t i = hash & mask;; i = (i + 1) & mask) {
-        const Slot& slot = m_slots[i];
-        if (slot.first == kNone) return kNone;
-        if (slot.hash == hash && std::strcmp(m_records[slot.first]->szLabel, szLabel) == 0) return slot.first;
-    }
-}
-
-void AllByLabel::Rehash(size_t capacity) {
-    std::vector<Slot> old(capacity);
-    old.swap(m_slots);
-    const size_t mask = m_slots.size() - 1;
-    for (const Slot& slot : old) {
-        if (slot.first == kNone) continue;
-        size_t i = slot.hash & mask;
-        while (m_slots[i].first != kNone) i = (i + 1) & mask;
-        m_slots[i] = slot;
-    }
-}
-
-}  // namespace flat
-
 void ResetImportWriterState() {
     objIdList.Clear();
     importReuse.reused = 0;
@@ -191,6 +182,18 @@ void ResetImportWriterState() {
     importReuse.kept.clear();
     for (ModListNode* mod : importedModules) CMib2Trap::FreeModList(mod);
     importedModules.clear();
+}
+
+NameValueList* NameValueList::Join(NameValueList* first, NameValueList* second) {
+    if (!first) return second;
+    if (!second) return first;
+    NameValueList* firstLast = first->back;
+    NameValueList* secondLast = second->back;
+    firstLast->forw = second;
+    second->back = firstLast;
+    secondLast->forw = first;
+    first->back = secondLast;
+    return first;
 }
 
 NameValueList* NameValueList::put(NameValueList* list, const char* szName, const char* szParent,
@@ -263,7 +266,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     const std::string* opened = nullptr;
     if (first.size() < kFileNameLen && !ModuleNameIsPath(szModule.c_str())) {
         for (const std::string* name : {&first, &second, &third}) {
-            m_pInFile = OpenStream(name->c_str(), "r");
+            OpenInput(name->c_str());
             if (m_pInFile) {
                 opened = name;
                 break;
@@ -279,16 +282,14 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     const bool importedAgain = ImportedAgain(szModule) && importReuse.enabled;
     struct stat st;
     const bool identified = fstat(fileno(m_pInFile), &st) == 0;
-    ModListNode* mods = nullptr;
+    ModListNode* mods = nullptr;  // kept in importedModules
     auto kept = importReuse.kept.find(szModule);
     if (kept != importReuse.kept.end() && identified && SameFile(kept->second, *opened, st)) {
         // Parsed before: the same records, and the trace the parse wrote.
         // Its types were all written then, so none is written now.
         const ReusableImport& r = kept->second;
         CloseInput();
-        if (m_pTrapFile) fwrite(r.trace.data(), 1, r.trace.size(), m_pTrapFile);
-        m_nLine = r.nLineAfter;
-        chLast = r.chLastAfter;
+        if (m_pTrapFile) fwrite(r.trace.data(), 1, r.trace.size(), m_pTrapFile.get());
         mods = r.mods;
         ++importReuse.reused;
         if (!importedAgain) importReuse.kept.erase(kept);
@@ -296,21 +297,21 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
         // A module that will be imported again has its trace records caught
         // in memory, so that they can be written again; they go to the
         // trace file as soon as the parse is over.
-        char* traceBytes = nullptr;
-        size_t traceSize = 0;
-        FILE* traceFile = m_pTrapFile;
-        FILE* capture = (importedAgain && identified && traceFile) ? open_memstream(&traceBytes, &traceSize) : nullptr;
-        if (capture) m_pTrapFile = capture;
+        std::unique_ptr<TraceCapture> capture;
+        if (importedAgain && identified && m_pTrapFile) capture = std::make_unique<TraceCapture>(m_pTrapFile);
         const unsigned messagesBefore = m_nMessages;
 
-        mods = Parse(2);
+        ModListPtr parsed(Parse(2));
         CloseInput();
+        if (parsed) {
+            importedModules.push_back(parsed.get());
+            mods = parsed.release();
+        }
 
         if (capture) {
-            m_pTrapFile = traceFile;
-            const bool captured = fclose(capture) == 0 && (traceBytes != nullptr || traceSize == 0);
-            if (traceBytes) fwrite(traceBytes, 1, traceSize, traceFile);
-            if (captured && mods && m_nMessages == messagesBefore) {
+            capture->Finish();
+            if (capture->Size() != 0) fwrite(capture->Bytes(), 1, capture->Size(), m_pTrapFile.get());
+            if (mods && m_nMessages == messagesBefore) {
                 ReusableImport& r = importReuse.kept[szModule];
                 r.fileName = *opened;
                 r.device = st.st_dev;
@@ -318,41 +319,29 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
                 r.size = st.st_size;
                 r.modified = st.st_mtim;
                 r.mods = mods;
-                r.trace.assign(traceBytes ? traceBytes : "", traceSize);
-                r.nLineAfter = m_nLine;
-                r.chLastAfter = chLast;
+                r.trace.assign(capture->Bytes(), capture->Size());
             } else {
                 importReuse.kept.erase(szModule);
             }
-            free(traceBytes);
         } else {
             importReuse.kept.erase(szModule);
         }
         PrintUserTypes(file);
-        if (mods) importedModules.push_back(mods);
     }
 
     for (ModListNode* mod = mods; mod; mod = mod->next_mod) {
-        // The lookup state of ResolveParent belongs to one module.
-        ForgetResolvedModule();
+        ModuleDefinitions defs(mod->node);
         for (keyword* kp = importFile->imports; kp; kp = kp->next) {
             if (!kp->szLabel) continue;
-            NameValueList* list = ResolveParent(mod->node, kp->szLabel, nullptr);
-            if (list) {
-                list->dump(file);
-                NameValueList::FreeList(list);
-            }
+            const NameValueListPtr list(ResolveParent(defs, kp->szLabel, nullptr));
+            if (list) list->dump(file);
         }
     }
-    ForgetResolvedModule();
     return true;
 }
 
-void CMib2Trap::ForgetResolvedModule() {
-    m_resolveRoot = nullptr;
-    m_defsByLabel.Clear();
-    m_resolvedLabels.Clear();
-    m_resolvedCopies.clear();
+ModuleDefinitions::ModuleDefinitions(node* first) {
+    for (node* np = first; np; np = np->next) byLabel.Add(np);
 }
 
 // Adds the registration of szLabel and of its ancestors to the list, so that
@@ -365,19 +354,15 @@ void CMib2Trap::ForgetResolvedModule() {
 // writes the list backwards and only the first record of each name, so what
 // it writes is the sequence R(label): for dk down to d1, R(parent) and then
 // the record.  R is computed here directly with an explicit stack and put on
-// the list in the opposite order.  Once a label has been expanded for the
-// module, expanding it again would only repeat names that dump writes
-// earlier (or has written already), so it is skipped: this keeps the cost
-// linear and ends a cycle of labels that name each other as parent.  The
-// labels expanded are remembered per module root, which relies on the caller
-// dumping each list before it resolves the next label.
-NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameValueList* list) {
+// the list in the opposite order.  A label is expanded once for a module:
+// expanding it again would only repeat names that come earlier (in this
+// list, or in a list of an earlier call with the same definitions, which
+// ProcessImports has written by now), and dump writes a name only the first
+// time.  This keeps the cost linear in the module over all the labels
+// imported from it, and ends a cycle of labels that name each other as
+// parent.
+NameValueList* CMib2Trap::ResolveParent(ModuleDefinitions& defs, const char* szLabel, NameValueList* list) {
     if (!szLabel) return list;
-    if (root != m_resolveRoot) {
-        ForgetResolvedModule();
-        m_resolveRoot = root;
-        for (node* np = root; np; np = np->next) m_defsByLabel.Add(np);
-    }
 
     struct Step {
         bool bExpand;  // expand szName; otherwise emit (szName, szParent, subid)
@@ -398,16 +383,17 @@ NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameVal
         const char* label = step.szName;
         if (IsRootLabel(label)) continue;
         const uint64_t labelHash = flat::HashText(label);
-        if (m_resolvedLabels.Contains(label, labelHash)) continue;
+        if (defs.expanded.Contains(label, labelHash)) continue;
         if (label == szLabel) {
             // The caller's text may not outlive this call: the set keeps a
             // copy of it.
             const size_t len = std::strlen(label);
-            m_resolvedCopies.emplace_back(new char[len + 1]);
-            std::memcpy(m_resolvedCopies.back().get(), label, len + 1);
-            m_resolvedLabels.InsertNew(m_resolvedCopies.back().get(), labelHash);
+            std::unique_ptr<char[]> copy(new char[len + 1]);
+            std::memcpy(copy.get(), label, len + 1);
+            defs.copies.push_back(std::move(copy));
+            defs.expanded.InsertNew(defs.copies.back().get(), labelHash);
         } else {
-            m_resolvedLabels.InsertNew(label, labelHash);
+            defs.expanded.InsertNew(label, labelHash);
         }
 
         // Pushed in reverse of the order in which they are to run.
@@ -417,14 +403,19 @@ NameValueList* CMib2Trap::ResolveParent(node* root, const char* szLabel, NameVal
             if (!fixed->bThenModule) continue;
             stack.push_back({true, fixed->szParent, nullptr, 0});
         }
-        for (uint32_t at = m_defsByLabel.First(label); at != flat::AllByLabel::kNone; at = m_defsByLabel.Next(at)) {
-            const node* d = m_defsByLabel.Record(at);
+        for (uint32_t at = defs.byLabel.First(label); at != flat::AllByLabel::kNone; at = defs.byLabel.Next(at)) {
+            const node* d = defs.byLabel.Record(at);
             stack.push_back({false, d->szLabel, d->szParent, d->subid});
             stack.push_back({true, d->szParent, nullptr, 0});
         }
     }
 
-    for (auto it = order.rbegin(); it != order.rend(); ++it)
-        list = NameValueList::put(list, it->szName, it->szParent, it->subid);
-    return list;
+    // Built apart and joined to the caller's list at the end, so that the
+    // records made are released should memory run out on the way.
+    NameValueListPtr added;
+    for (auto it = order.rbegin(); it != order.rend(); ++it) {
+        NameValueList* grown = NameValueList::put(added.get(), it->szName, it->szParent, it->subid);
+        if (!added) added.reset(grown);
+    }
+    return NameValueList::Join(list, added.release());
 }

@@ -24,8 +24,12 @@
 #include <unordered_set>
 #include <vector>
 
-#include "flat_index.h"
+#include "all_by_label.h"
+#include "first_by_label.h"
 #include "mibsource.h"
+#include "pointer_set.h"
+#include "stream.h"
+#include "text_set.h"
 
 // ---------------------------------------------------------------------------
 // Token codes.  The values are stored in parse records (kind, syntax, status)
@@ -178,22 +182,25 @@ int32_t KeywordHash(const char* sz);
 // ---------------------------------------------------------------------------
 
 // Circular doubly linked list with a head element; each element carries one
-// pointer, owned or borrowed depending on the list.
+// pointer, owned or borrowed depending on the list.  The lists of a parse
+// record (RecordTokenList) are arena memory, head and texts included.
 struct MibTokenList {
     MibTokenList* forw;
     MibTokenList* back;
     char* szToken;  // payload; null in the head
 };
 
+// An enumeration item: arena memory with its label in a parse record, heap
+// memory (released with the type) in a user type.
 struct MibEnumList {
     MibEnumList* next;
     int value;
-    char* szLabel;  // owned
+    char* szLabel;
 };
 
-// Name/value pair: a trap annotation (szLabel and szValue are the same owned
-// string) or an imported descriptor (szLabel owned, szValue borrowed: the
-// module name shared with the importFilesList entry).
+// Name/value pair: a trap annotation (arena memory; szLabel and szValue are
+// the same text) or an imported descriptor (heap; szLabel owned, szValue
+// borrowed: the module name shared with the importFilesList entry).
 struct keyword {
     keyword* next;
     char* szLabel;
@@ -206,15 +213,16 @@ struct importFilesList {
     struct keyword* imports; // descriptors imported from it
 };
 
+// One item of a braced list, with its text: arena memory.
 struct tagBracedList {
     tagBracedList* pNext;
-    char* szString;  // owned item text
+    char* szString;
 };
 
 // One OID component while it is read.
 struct subid {
     int nSubid;     // -1 when the component has no number
-    char* szLabel;  // owned, or null for a bare number
+    char* szLabel;  // heap copy (ReleaseOidLabels), or null for a bare number
 };
 
 constexpr int LABEL_LEN = 256;  // capacity of szLabel and szParent, terminator included
@@ -233,7 +241,8 @@ public:
     // has no effect once a block exists.
     void Reserve(size_t inputBytes);
     // Zero-filled storage for `size` bytes, aligned for any record (records
-    // hold pointers and ints); null when memory runs out.
+    // hold pointers and ints).  Like every allocation of the compiler it
+    // throws std::bad_alloc when memory runs out.
     void* Allocate(size_t size);
     // A terminated copy of the first len characters of text.
     char* CopyText(const char* text, size_t len);
@@ -249,7 +258,7 @@ public:
 
 private:
     struct Block;
-    bool Grow(size_t need);
+    void Grow(size_t need);
     char* AllocateRaw(size_t size, size_t align);
 
     Block* m_last = nullptr;     // newest block; each links to the one before
@@ -263,24 +272,27 @@ private:
 // The empty label every record starts with.
 extern const char kNoLabel[];
 
+// A parse record.  The record and everything its pointers reach (texts,
+// lists, enumerations, annotations, the structure record hung on it) are
+// arena memory of the parse that made it, released with the module list.
 // The fields are laid out pointers first, then the integers, so that the
 // record has no padding holes.
 struct node {
     node* next;
-    const char* szLabel;      // arena copy of at most LABEL_LEN - 1 characters, or kNoLabel
+    const char* szLabel;      // at most LABEL_LEN - 1 characters, or kNoLabel
     const char* szParent;     // likewise
-    char* szUserDef;          // owned
-    MibEnumList* enums;       // owned
-    char* szDescr;            // owned
-    MibTokenList* index_names;   // owned strings
+    char* szUserDef;
+    MibEnumList* enums;
+    char* szDescr;
+    MibTokenList* index_names;
     void* pvEaObj;            // unused, stays null
-    char* szUnits;            // owned
-    char* szSubtype;          // owned
-    MibTokenList* augment_name;  // owned strings
-    struct keyword* keyword;  // owned annotation lines
-    tagBracedList* sequence;  // owned
-    char* szEnterprise;       // owned
-    node* userDefinedSequence;  // owned scratch record of a SEQUENCE assignment
+    char* szUnits;
+    char* szSubtype;
+    MibTokenList* augment_name;
+    struct keyword* keyword;  // annotation lines
+    tagBracedList* sequence;
+    char* szEnterprise;
+    node* userDefinedSequence;  // scratch record of a SEQUENCE assignment
     int subid;
     int type;                 // record kind: token code of the macro
     int smi_access;           // -1 none, 0 read-only ... 5 accessible-for-notify
@@ -322,9 +334,17 @@ struct NameValueList {
 
     static NameValueList* put(NameValueList* list, const char* szName, const char* szParent,
                               int subid);
+    // The records of first, then those of second, as one list.
+    static NameValueList* Join(NameValueList* first, NameValueList* second);
     void dump(FILE* file);
     static void FreeList(NameValueList* list);  // releases the records, not the names
 };
+
+// Owns a whole NameValueList.
+struct NameValueListRelease {
+    void operator()(NameValueList* list) const { NameValueList::FreeList(list); }
+};
+using NameValueListPtr = std::unique_ptr<NameValueList, NameValueListRelease>;
 
 // ---------------------------------------------------------------------------
 // Process-wide state.
@@ -345,9 +365,9 @@ void ResetProcessState();
 // trace-file names are formed from this prefix.
 size_t BaseNameLength(const char* szName);
 
-// A heap copy (malloc) of the first len characters of text with a terminator;
-// null when memory runs out.  For texts that outlive a parse (user types,
-// the import list) and for short-lived ones; released with FreeHeap.
+// A heap copy of the first len characters of text with a terminator.  For
+// texts that outlive a parse (user types, the import list) and for
+// short-lived ones; released with FreeHeap.
 char* CopyText(const char* text, size_t len);
 // The same for a whole text; a null text gives null.
 char* CopyText(const char* text);
@@ -370,24 +390,22 @@ void CopyInto(char (&field)[N], const char* text) {
     field[len] = '\0';
 }
 
-// Opens a stream like fopen, with a buffer of 64 KB instead of the default
-// 4 KB, so that the input and the work files are read and written in few
-// system calls; such a stream must be closed with CloseStream.
-FILE* OpenStream(const char* szName, const char* szMode);
-// Opens a file for writing like OpenStream(szName, "w"), except that a file
-// already there is written over in place and cut where writing ended when the
-// stream is closed: the same content at the end, without first emptying the
-// file.  A trace file is rewritten with the same records each time its module
-// is imported again, and emptying it first costs its pages and, on ext4, a
-// flush at close.
-FILE* OpenRewriteStream(const char* szName);
-// Closes a stream of OpenStream, OpenRewriteStream (or of fopen) and releases
-// its buffer; sets f to null.  Returns fclose's result, 0 for a null stream.
-int CloseStream(FILE*& f);
-
 // Frees the labels of the first count components of an OID value read by
 // GetOid and clears them.
 void ReleaseOidLabels(subid* oider, int count);
+
+// Releases the labels of an OID value read by GetOid when it goes.
+class OidLabels {
+public:
+    OidLabels(subid* oider, int count) : m_oider(oider), m_count(count) {}
+    ~OidLabels() { ReleaseOidLabels(m_oider, m_count); }
+    OidLabels(const OidLabels&) = delete;
+    OidLabels& operator=(const OidLabels&) = delete;
+
+private:
+    subid* m_oider;
+    int m_count;
+};
 
 // The written-names lists of the writers: a circular list without a separate
 // head whose elements own copies (new[]) of the names in the order written,
@@ -411,6 +429,35 @@ private:
     std::vector<std::unique_ptr<char[]>> m_blocks;
     char* m_cur = nullptr;
     size_t m_left = 0;
+};
+
+// The output order of one module's records, built by AddToQueue: the queue
+// and the lookups that build it.  PrintMIB makes one for each module it
+// writes; it views the module's records, which stay in place meanwhile.
+struct ModuleQueue {
+    // `all` holds the records to be queued; a record's parent is the first
+    // record of `all` whose label is the record's parent label.
+    explicit ModuleQueue(const std::vector<node*>& all);
+
+    std::vector<node*> records;     // the queue
+    flat::FirstByLabel firstByLabel;  // the first record of `all` for each label
+    flat::PointerSet queued;        // the records in the queue
+    // The ancestors AddToQueue is collecting, kept from call to call so that
+    // they cost no allocation each time.
+    std::vector<node*> chain;
+    flat::PointerSet onChain;
+};
+
+// The definitions of one imported module as ResolveParent looks them up:
+// every record of each label, in module order, and the labels it has
+// expanded so far.  ProcessImports makes one for each module it resolves
+// labels in; it views the module's records, which stay in place meanwhile.
+struct ModuleDefinitions {
+    explicit ModuleDefinitions(node* first);
+
+    flat::AllByLabel byLabel;
+    flat::TextSet expanded;  // views the module's labels, and copies of the callers'
+    std::vector<std::unique_ptr<char[]>> copies;
 };
 
 // The per-subsystem parts of ResetProcessState.
@@ -444,10 +491,10 @@ public:
     char* m_strOutFile;
     char* m_strTrapFile;
     const char* m_strInFile;  // not owned
-    FILE* m_pOutFile;
-    FILE* m_pTrapFile;  // trace file
-    FILE* m_pInFile;    // MIB input, open only while compiling; read through m_source
-    FILE* m_pCfgFile;   // intermediate output (modes 1 and 3)
+    Stream m_pOutFile;   // never opened
+    Stream m_pTrapFile;  // trace file
+    FILE* m_pInFile;     // MIB input, open only while compiling; read through m_source
+    Stream m_pCfgFile;   // intermediate output (modes 1 and 3)
     char m_tmpFileStr[128];
     int m_nLine;
     int m_nNameLine;
@@ -462,7 +509,7 @@ public:
     bool m_bMibHasTrapTypeMacro;
     MibTokenList* m_pUnresObjList;
     MibTokenList* m_pUserTypeList;
-    node* m_head_old_nodes;
+    node* m_head_old_nodes;  // unused, stays null
 
     // The records of the parse under way.
     RecordArena m_arena;
@@ -492,7 +539,9 @@ public:
     // Compiler object and modes.
     bool Initialize(const char* szFile, const char* szOutFile, int pass);
     bool CompileMIB(const char* szFile, int pass);
-    // Closes m_pInFile and detaches it from m_source.
+    // Opens the MIB input as m_pInFile (null when it cannot be opened), and
+    // detaches it from m_source and closes it.
+    void OpenInput(const char* szFile);
     void CloseInput();
 
     // Message catalog.
@@ -525,16 +574,13 @@ public:
     bool ParseDefinitions(char* szName);
     void ResolveObjTypeRefs(MibTokenList* unresObjList, MibTokenList* userTypeList);
 
-    // Records.  The records of a parse come from m_arena; FreeNode,
-    // FreeNodeList and FreeBracedList release nothing (the memory returns
-    // with the arena), FreeModList releases a parse's whole arena.
+    // Records.  The records of a parse come from m_arena and are never
+    // released one by one: a record dropped by a failed statement stays
+    // behind, and FreeModList releases a parse's whole arena.
     node* CreateNode(int type);
     static void GenericZeroMemory(void* here, size_t len);
-    static void FreeNode(node* np);
-    static void FreeNodeList(node* np);
     static void FreeModList(ModListNode* mod_list);
     static void FreeEnumList(MibEnumList* ep);  // a user type's heap list
-    static void FreeBracedList(tagBracedList* blp);
     ModListNode* CreateModule(const char* szModName, const char* szMibName);
     // A copy of the label for a record field, cut to LABEL_LEN - 1 characters.
     const char* CopyLabel(const char* szLabel);
@@ -594,36 +640,21 @@ public:
 
     // Import resolution.
     bool ProcessImports(importFilesList* importFile, FILE* file);
-    NameValueList* ResolveParent(node* root, const char* szLabel, NameValueList* list);
+    static NameValueList* ResolveParent(ModuleDefinitions& defs, const char* szLabel, NameValueList* list);
 
     // Writers.
     bool PrintMIB(ModListNode* pHead, FILE* file);
-    void AddToQueue(std::vector<node*>* m_vAll, std::vector<node*>* m_npQueue, node* np);
+    static void AddToQueue(ModuleQueue& queue, node* np);
     bool PrintUserTypes(FILE* file);
 
 private:
-    // Lookup state of AddToQueue: the first record of vAll for each label and
-    // the records already queued, rebuilt whenever AddToQueue is handed a
-    // different vAll or queue.  The keys view the labels of the records in
-    // vAll, which stay in place while their module is written.
-    const std::vector<node*>* m_indexedAll = nullptr;
-    size_t m_indexedAllSize = 0;
-    flat::FirstByLabel m_firstByLabel;
-    const std::vector<node*>* m_indexedQueue = nullptr;
-    flat::PointerSet m_queued;
-    // The ancestors AddToQueue is collecting, kept from call to call so that
-    // they cost no allocation each time.
-    std::vector<node*> m_chain;
-    flat::PointerSet m_onChain;
-
-    // Definitions of the module ResolveParent walks, by label, and the labels
-    // it has already resolved for that module.
-    node* m_resolveRoot = nullptr;
-    flat::AllByLabel m_defsByLabel;
-    flat::TextSet m_resolvedLabels;  // views the module's labels, and copies of the callers'
-    std::vector<std::unique_ptr<char[]>> m_resolvedCopies;
-    // Empties that lookup state.
-    void ForgetResolvedModule();
+    Stream m_input;  // the MIB input when OpenInput opened it; m_pInFile views it
 };
+
+// Owns a parse's module list (see CMib2Trap::FreeModList).
+struct ModListRelease {
+    void operator()(ModListNode* list) const { CMib2Trap::FreeModList(list); }
+};
+using ModListPtr = std::unique_ptr<ModListNode, ModListRelease>;
 
 #endif  // TRAPSMITH_MIB2TRAP_H

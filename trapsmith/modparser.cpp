@@ -63,6 +63,9 @@ char* CopyWithoutSeparator(const char* word) {
 class ModuleParser {
 public:
     ModuleParser(CMib2Trap& mib, int pass) : mib(mib), pass(pass) {}
+    // A parse cut short by running out of memory leaves labels no FROM
+    // has taken yet.
+    ~ModuleParser() { ReleasePendingImports(); }
     ModuleParser(const ModuleParser&) = delete;
     ModuleParser& operator=(const ModuleParser&) = delete;
 
@@ -81,7 +84,6 @@ private:
     void Register(node* r, bool bValueRead);
     node* BuildRegistration(node* r, subid* oider, int n);
     void Append(node* first);
-    void DropRecord(node* r);
     void ReleasePendingImports();
 
     CMib2Trap& mib;
@@ -278,10 +280,6 @@ void ModuleParser::ModuleHeader() {
     }
 
     ModListNode* mod = mib.CreateModule(szName, mib.m_szMibName ? mib.m_szMibName : "");
-    if (mod == nullptr) {
-        Fail();
-        return;
-    }
     if (mlp != nullptr)
         mlp->next_mod = mod;
     else
@@ -322,13 +320,13 @@ void ModuleParser::ImportsExports() {
 }
 
 void ModuleParser::RecordFrom() {
-    char* szModule = CopyWithoutSeparator(szToken);
     importFilesList* entry = NewHeapRecord<importFilesList>();
-    if (szModule == nullptr || entry == nullptr) {
-        FreeHeap(szModule);
+    char* szModule;
+    try {
+        szModule = CopyWithoutSeparator(szToken);
+    } catch (...) {
         FreeHeap(entry);
-        Fail();
-        return;
+        throw;
     }
     entry->szLabel = szModule;
     entry->imports = imports;
@@ -345,12 +343,12 @@ void ModuleParser::RecordFrom() {
 
 void ModuleParser::RecordPendingLabel() {
     keyword* kp = NewHeapRecord<keyword>();
-    char* szLabel = CopyWithoutSeparator(szToken);
-    if (kp == nullptr || szLabel == nullptr) {
+    char* szLabel;
+    try {
+        szLabel = CopyWithoutSeparator(szToken);
+    } catch (...) {
         FreeHeap(kp);
-        FreeHeap(szLabel);
-        Fail();
-        return;
+        throw;
     }
     kp->szLabel = szLabel;
     if (importsTail != nullptr)
@@ -393,16 +391,15 @@ void ModuleParser::End() {
 void ModuleParser::Register(node* r, bool bValueRead) {
     if (!bValueRead && r->subid == -1) {
         subid oider[MAX_OID_COMPONENTS];
-        int n = mib.GetOid(oider, MAX_OID_COMPONENTS);
+        const int n = mib.GetOid(oider, MAX_OID_COMPONENTS);
+        const OidLabels labels(oider, n);
         if (n < 2) {
             // Nothing to register (or an error GetOid has reported): the
-            // statement is dropped and the parse goes on.
-            ReleaseOidLabels(oider, n);
-            DropRecord(r);
+            // statement is dropped, its record left behind in the arena, and
+            // the parse goes on.
             return;
         }
         r = BuildRegistration(r, oider, n);
-        ReleaseOidLabels(oider, n);
         if (r == nullptr) {
             Fail();
             return;
@@ -413,14 +410,13 @@ void ModuleParser::Register(node* r, bool bValueRead) {
 
 // Fills r from the components of its value and returns the records to append:
 // one for each component between the first and the last, then r.  Returns
-// null, with r released, when the value cannot be registered.
+// null when the value cannot be registered (r is then dropped).
 node* ModuleParser::BuildRegistration(node* r, subid* oider, int n) {
     // Every component but the last names a record or the parent of one, so
     // each must carry a label; { a 3 b(2) 1 } is refused like { 1 3 6 }.
     for (int i = 0; i < n - 1; ++i) {
         if (oider[i].szLabel == nullptr) {
             mib.DisplayMsg(119);
-            DropRecord(r);
             return nullptr;
         }
     }
@@ -431,7 +427,6 @@ node* ModuleParser::BuildRegistration(node* r, subid* oider, int n) {
     r->szLabel = mib.CopyLabel(szName);
     if (oider[n - 1].nSubid == -1) {
         mib.DisplayMsg(119);
-        DropRecord(r);
         return nullptr;
     }
     r->subid = oider[n - 1].nSubid;
@@ -442,10 +437,6 @@ node* ModuleParser::BuildRegistration(node* r, subid* oider, int n) {
     node* last = nullptr;
     for (int i = 1; i < n - 1; ++i) {
         node* step = mib.CreateNode(TOK_OBJECT_IDENTIFIER);
-        if (step == nullptr) {
-            DropRecord(r);
-            return nullptr;
-        }
         step->szLabel = mib.CopyLabel(oider[i].szLabel);
         // The step before has just copied this parent label: shared.
         step->szParent = last != nullptr ? last->szLabel : mib.CopyLabel(oider[i - 1].szLabel);
@@ -463,30 +454,19 @@ node* ModuleParser::BuildRegistration(node* r, subid* oider, int n) {
 }
 
 // Appends a record, or a chain of records linked through next, at the end of
-// the current module.
+// the current module.  An object whose type was not defined yet when it was
+// read (it keeps syntax TOK_LABEL) joins the unresolved-object list here,
+// once, so that only objects of the module are bound at the end of the parse.
 void ModuleParser::Append(node* first) {
     if (np != nullptr)
         np->next = first;
     else
         mlp->node = first;
-    np = first;
-    while (np->next != nullptr) np = np->next;
-}
-
-// Drops a record that is not appended (it stays behind in the arena).  An
-// object whose type was still unknown was queued by its statement parser as
-// the last entry of the unresolved list; it is taken off again so the late
-// binding never sees it.
-void ModuleParser::DropRecord(node* r) {
-    MibTokenList* list = mib.m_pUnresObjList;
-    while (list != nullptr && list->back != list &&
-           list->back->szToken == reinterpret_cast<char*>(r)) {
-        MibTokenList* elem = list->back;
-        CMib2Trap::Remque(elem);
-        elem->szToken = nullptr;
-        CMib2Trap::FreeTokenElement(elem);
+    for (np = first;; np = np->next) {
+        if (np->type == TOK_OBJECT_TYPE && np->syntax == TOK_LABEL)
+            CMib2Trap::AppendObjDefnOnTokenList(np, &mib.m_pUnresObjList);
+        if (np->next == nullptr) break;
     }
-    CMib2Trap::FreeNodeList(r);
 }
 
 }  // namespace
@@ -495,7 +475,7 @@ ModListNode* CMib2Trap::Parse(int pass) {
     // The trace records of the parse are gathered in one buffer, which is
     // written out when the parse returns: nothing else writes to the trace
     // file meanwhile.
-    smitext::Out trace(m_pTrapFile);
+    smitext::Out trace(m_pTrapFile.get());
     m_traceOut = &trace;
     ModuleParser parser(*this, pass);
     ModListNode* list = parser.Run();

@@ -31,30 +31,15 @@ bool IsStatusValue(int token) {
 node* CMib2Trap::ParseObjectType(char* szName) {
     char szToken[TOKEN_BUF];
     szToken[0] = '\0';
-    node* np = nullptr;
 
-    // Drops the record of a failed object.  An object whose type name was
-    // not known yet sits at the tail of the unresolved list; it is taken off
-    // again so that the late binding never sees a record that was dropped.
-    auto discard = [this, &np]() {
-        MibTokenList* tail = m_pUnresObjList ? m_pUnresObjList->back : nullptr;
-        if (tail && tail != m_pUnresObjList && tail->szToken == reinterpret_cast<char*>(np)) {
-            Remque(tail);
-            tail->szToken = nullptr;
-            FreeTokenElement(tail);
-        }
-        FreeNode(np);
-        np = nullptr;
-    };
-    // Failures up to the SYNTAX clause and an unreadable DESCRIPTION close
-    // the trace with the line number, the others with an empty line.
+    // A failed object is dropped (it stays behind in the arena).  Failures up
+    // to the SYNTAX clause and an unreadable DESCRIPTION close the trace with
+    // the line number, the others with an empty line.
     auto failWithLine = [&]() -> node* {
-        if (np) discard();
         Trace("#-END_OBJECTNAME: %s\nLINE: %d\n", szName, m_nLine);
         return nullptr;
     };
     auto fail = [&]() -> node* {
-        if (np) discard();
         Trace("#-END_OBJECTNAME: %s\n\n", szName);
         return nullptr;
     };
@@ -65,7 +50,7 @@ node* CMib2Trap::ParseObjectType(char* szName) {
         DisplayMsg(142, szToken);
         return failWithLine();
     }
-    np = CreateNode(TOK_OBJECT_TYPE);
+    node* np = CreateNode(TOK_OBJECT_TYPE);
     if (!np) return failWithLine();
     type = 0;
     if (!GetSyntax(szToken, &type, np)) {

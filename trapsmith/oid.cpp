@@ -66,10 +66,11 @@ int CMib2Trap::GetOid(subid* oider, int length) {
 
         const char* open = std::strchr(szToken, '(');
         size_t labelLen = open ? static_cast<size_t>(open - szToken) : std::strlen(szToken);
-        component.szLabel = CopyText(szToken, labelLen);
-        if (component.szLabel == nullptr) {
-            ReleaseOidLabels(oider, i);
-            return 0;
+        try {
+            component.szLabel = CopyText(szToken, labelLen);
+        } catch (...) {
+            ReleaseOidLabels(oider, i);  // out of memory: nothing is left to the caller either
+            throw;
         }
         if (open == nullptr) continue;
         if (std::strchr(open + 1, ')') == nullptr) {
@@ -96,20 +97,20 @@ node* CMib2Trap::ParseObjectId(char* szName) {
     }
 
     subid oider[16];
-    int n = GetOid(oider, 16);
+    const int n = GetOid(oider, 16);
+    const OidLabels labels(oider, n);
     if (n == 0) return nullptr;
 
     // A value of one component names no parent, so it registers nothing; it is
     // refused here rather than handed on as a record without a number.
     if (n < 2) {
         DisplayMsg(153, szName);
-        ReleaseOidLabels(oider, n);
         return nullptr;
     }
 
     node* first = CreateNode(TOK_OBJECT_IDENTIFIER);
     node* cur = first;
-    bool bFailed = (first == nullptr);
+    bool bFailed = false;
 
     for (int i = 0; !bFailed && i + 2 < n; ++i) {
         const subid& parent = oider[i];
@@ -124,10 +125,6 @@ node* CMib2Trap::ParseObjectId(char* szName) {
             cur->szUnits = nullptr;
             cur->next = CreateNode(0);
             cur = cur->next;
-            if (cur == nullptr) {
-                bFailed = true;
-                break;
-            }
         }
         if (child.szLabel != nullptr && std::strcmp(child.szLabel, "iso") != 0 &&
             child.nSubid == -1) {
@@ -155,10 +152,6 @@ node* CMib2Trap::ParseObjectId(char* szName) {
         }
     }
 
-    ReleaseOidLabels(oider, n);
-    if (bFailed) {
-        FreeNodeList(first);
-        return nullptr;
-    }
-    return first;
+    // A failed assignment's records stay behind in the arena.
+    return bFailed ? nullptr : first;
 }

@@ -5,6 +5,10 @@
 // This is the one file that allocates and releases records.  The records of a
 // parse are never released one by one: a whole parse's arena goes at once,
 // with its module list (FreeModList) or, when the parse fails, when it ends.
+//
+// Every allocation here throws std::bad_alloc when memory runs out, like the
+// C++ library's: the compile then ends as out of memory (see driver.cpp), and
+// no caller has to tell a missing record from a failed parse.
 #include <sys/mman.h>
 
 #include <cstdint>
@@ -55,24 +59,23 @@ size_t RecordArena::BytesUsed() const {
     return used;
 }
 
-bool RecordArena::Grow(size_t need) {
+void RecordArena::Grow(size_t need) {
     size_t size = m_nextSize < kMinBlock ? kMinBlock : m_nextSize;
     if (size > kMaxBlock) size = kMaxBlock;
     const size_t header = RoundUp(sizeof(Block), kAlign);
     if (size < header + need) size = header + need;
 
-    void* mem = nullptr;
+    void* mem;
     if (size >= kHugeFrom) {
         // A block of whole huge pages, on a huge-page boundary, so that the
         // kernel can back it with huge pages and fault it in a few steps.
         size = RoundUp(size, kHugePage);
-        mem = std::aligned_alloc(kHugePage, size);
-        if (mem != nullptr) madvise(mem, size, MADV_HUGEPAGE);
+        mem = ::operator new(size, std::align_val_t{kHugePage});
+        madvise(mem, size, MADV_HUGEPAGE);
     } else {
         size = RoundUp(size, 4096);
-        mem = std::malloc(size);
+        mem = ::operator new(size);
     }
-    if (mem == nullptr) return false;
 
     Block* block = static_cast<Block*>(mem);
     block->prev = m_last;
@@ -87,13 +90,12 @@ bool RecordArena::Grow(size_t need) {
     // few blocks whatever the first guess was, and at most a third of what
     // is reserved is left over.
     m_nextSize = m_reserved / 2;
-    return true;
 }
 
 char* RecordArena::AllocateRaw(size_t size, size_t align) {
     const size_t pad = static_cast<size_t>(-reinterpret_cast<uintptr_t>(m_cur)) & (align - 1);
     if (m_cur == nullptr || static_cast<size_t>(m_end - m_cur) < pad + size) {
-        if (!Grow(size)) return nullptr;
+        Grow(size);
         return AllocateRaw(size, align);  // a fresh block is aligned for anything
     }
     char* p = m_cur + pad;
@@ -103,9 +105,9 @@ char* RecordArena::AllocateRaw(size_t size, size_t align) {
 }
 
 void* RecordArena::Allocate(size_t size) {
-    // Blocks come from malloc, not zero-filled: records are created zeroed.
+    // Blocks are not zero-filled: records are created zeroed.
     char* p = AllocateRaw(size, kAlign);
-    if (p != nullptr) std::memset(p, 0, size);
+    std::memset(p, 0, size);
     return p;
 }
 
@@ -125,7 +127,6 @@ void RecordArena::Adopt(RecordArena& from) {
 char* RecordArena::CopyText(const char* text, size_t len) {
     // Texts need no alignment and are written whole, so they are packed.
     char* copy = AllocateRaw(len + 1, 1);
-    if (copy == nullptr) return nullptr;
     std::memcpy(copy, text, len);
     copy[len] = '\0';
     return copy;
@@ -141,7 +142,10 @@ void RecordArena::Unwind(void* p) {
 void RecordArena::Release() {
     while (m_last != nullptr) {
         Block* prev = m_last->prev;
-        std::free(m_last);
+        if (m_last->size >= kHugeFrom)
+            ::operator delete(m_last, std::align_val_t{kHugePage});
+        else
+            ::operator delete(m_last);
         m_last = prev;
     }
     m_cur = m_end = m_lastAlloc = nullptr;
@@ -155,8 +159,6 @@ void RecordArena::Release() {
 
 node* CMib2Trap::CreateNode(int type) {
     node* np = static_cast<node*>(m_arena.Allocate(sizeof(node)));
-    if (np == nullptr) return nullptr;  // callers treat a null record as failure
-    GenericZeroMemory(np, sizeof(node));
     np->szLabel = kNoLabel;
     np->szParent = kNoLabel;
     np->subid = -1;
@@ -167,7 +169,6 @@ node* CMib2Trap::CreateNode(int type) {
 
 ModListNode* CMib2Trap::CreateModule(const char* szModName, const char* szMibName) {
     ModListNode* mod = static_cast<ModListNode*>(m_arena.Allocate(sizeof(ModListNode)));
-    if (mod == nullptr) return nullptr;
     CopyInto(mod->szModName, szModName);
     CopyInto(mod->szMibName, szMibName);
     return mod;
@@ -176,8 +177,7 @@ ModListNode* CMib2Trap::CreateModule(const char* szModName, const char* szMibNam
 const char* CMib2Trap::CopyLabel(const char* szLabel) {
     const size_t len = strnlen(szLabel, LABEL_LEN - 1);
     if (len == 0) return kNoLabel;
-    const char* copy = m_arena.CopyText(szLabel, len);
-    return copy ? copy : kNoLabel;
+    return m_arena.CopyText(szLabel, len);
 }
 
 char* CMib2Trap::CopyRecordText(const char* text, size_t len) { return m_arena.CopyText(text, len); }
@@ -191,7 +191,6 @@ MibEnumList* CMib2Trap::CopyRecordEnums(const MibEnumList* ep) {
     MibEnumList** tail = &head;
     for (; ep; ep = ep->next) {
         MibEnumList* item = static_cast<MibEnumList*>(m_arena.Allocate(sizeof(MibEnumList)));
-        if (item == nullptr) return nullptr;
         item->value = ep->value;
         item->szLabel = CopyRecordText(ep->szLabel);
         *tail = item;
@@ -202,11 +201,9 @@ MibEnumList* CMib2Trap::CopyRecordEnums(const MibEnumList* ep) {
 
 MibTokenList* CMib2Trap::RecordTokenList(const tagBracedList* list) {
     MibTokenList* head = static_cast<MibTokenList*>(m_arena.Allocate(sizeof(MibTokenList)));
-    if (head == nullptr) return nullptr;
     head->forw = head->back = head;
     for (; list; list = list->pNext) {
         MibTokenList* elem = static_cast<MibTokenList*>(m_arena.Allocate(sizeof(MibTokenList)));
-        if (elem == nullptr) break;
         // The item texts live in the same arena; they are shared, not copied.
         elem->szToken = list->szString;
         Insque(elem, head->back);
@@ -219,11 +216,7 @@ ModListNode* CMib2Trap::FinishParse(ModListNode* list) {
         m_arena.Release();
         return nullptr;
     }
-    RecordArena* arena = new (std::nothrow) RecordArena;
-    if (arena == nullptr) {
-        m_arena.Release();
-        return nullptr;
-    }
+    RecordArena* arena = new RecordArena;  // on failure m_arena keeps the blocks
     // The blocks move to a heap arena of their own, which the list's first
     // module record keeps; the compiler's arena starts empty again.
     arena->Adopt(m_arena);
@@ -235,15 +228,6 @@ void CMib2Trap::GenericZeroMemory(void* here, size_t len) {
     if (here == nullptr || len == 0) return;
     std::memset(here, 0, len);
 }
-
-// A record, its texts and lists, its annotations and the structure record hung
-// on it all live in the arena of the parse that made them; nothing is released
-// here.
-void CMib2Trap::FreeNode(node* /*np*/) {}
-
-void CMib2Trap::FreeNodeList(node* /*np*/) {}
-
-void CMib2Trap::FreeBracedList(tagBracedList* /*blp*/) {}
 
 // Releases a parse's module list: its arena holds every record of the list,
 // the module records included.
@@ -257,8 +241,7 @@ void CMib2Trap::FreeModList(ModListNode* mod_list) {
 // ---------------------------------------------------------------------------
 
 char* CopyText(const char* text, size_t len) {
-    char* copy = static_cast<char*>(std::malloc(len + 1));
-    if (copy == nullptr) return nullptr;
+    char* copy = static_cast<char*>(::operator new(len + 1));
     std::memcpy(copy, text, len);
     copy[len] = '\0';
     return copy;
@@ -266,23 +249,27 @@ char* CopyText(const char* text, size_t len) {
 
 char* CopyText(const char* text) { return text ? CopyText(text, std::strlen(text)) : nullptr; }
 
-void* AllocHeapRecord(size_t size) { return std::calloc(1, size); }
+void* AllocHeapRecord(size_t size) {
+    void* p = ::operator new(size);
+    std::memset(p, 0, size);
+    return p;
+}
 
-void FreeHeap(void* p) { std::free(p); }
+void FreeHeap(void* p) { ::operator delete(p); }
 
 // A user type's enumeration, which lives on the heap with the type.
 void CMib2Trap::FreeEnumList(MibEnumList* ep) {
     while (ep != nullptr) {
         MibEnumList* next = ep->next;
-        std::free(ep->szLabel);
-        std::free(ep);
+        FreeHeap(ep->szLabel);
+        FreeHeap(ep);
         ep = next;
     }
 }
 
 void ReleaseOidLabels(subid* oider, int count) {
     for (int i = 0; i < count; ++i) {
-        std::free(oider[i].szLabel);
+        FreeHeap(oider[i].szLabel);
         oider[i].szLabel = nullptr;
     }
 }

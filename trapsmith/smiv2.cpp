@@ -49,16 +49,10 @@ public:
         return m_mib->GetSyntax(m_szToken, &m_type, nullptr);
     }
 
-    // Prints message `id` with the current word, drops the record made so far
-    // and gives the parser's failure result.
-    node* Fail(node* np, unsigned int id) {
+    // Prints message `id` with the current word and gives the parser's
+    // failure result; the record made so far stays behind in the arena.
+    node* Fail(unsigned int id) {
         m_mib->DisplayMsg(id, m_szToken);
-        return Drop(np);
-    }
-
-    // Drops the record made so far after a failure reported elsewhere.
-    node* Drop(node* np) {
-        if (np) CMib2Trap::FreeNode(np);
         return nullptr;
     }
 
@@ -111,18 +105,18 @@ node* ParseGroupMacro(CMib2Trap* mib, int kind, int listKeyword, const GroupMess
     node* np = mib->CreateNode(kind);
     if (!np) return nullptr;
 
-    if (r.Next() != listKeyword) return r.Fail(np, msg.list);
+    if (r.Next() != listKeyword) return r.Fail(msg.list);
     r.SkipList(listKeyword, GT_COMMA);
-    if (r.Type() != TOK_STATUS) return r.Fail(np, msg.status);
+    if (r.Type() != TOK_STATUS) return r.Fail(msg.status);
     r.Next();
-    if (!IsGroupStatus(r.Text())) return r.Fail(np, msg.statusValue);
-    if (r.Next() != TOK_DESCRIPTION) return r.Fail(np, msg.description);
+    if (!IsGroupStatus(r.Text())) return r.Fail(msg.statusValue);
+    if (r.Next() != TOK_DESCRIPTION) return r.Fail(msg.description);
     r.SkipText();
     if (r.Next() == TOK_REFERENCE) {
         r.SkipText();
         r.Next();
     }
-    if (r.Type() != TOK_EQUALS) return r.Fail(np, msg.equals);
+    if (r.Type() != TOK_EQUALS) return r.Fail(msg.equals);
     return np;
 }
 
@@ -133,23 +127,23 @@ node* CMib2Trap::ParseModuleIdentity(char* /*szName*/) {
     node* np = CreateNode(TOK_MODULE_IDENTITY);
     if (!np) return nullptr;
 
-    if (r.Next() != TOK_LAST_UPDATED) return r.Fail(np, 162);
+    if (r.Next() != TOK_LAST_UPDATED) return r.Fail(162);
     r.SkipText();
-    if (r.Next() != TOK_ORGANIZATION) return r.Fail(np, 163);
+    if (r.Next() != TOK_ORGANIZATION) return r.Fail(163);
     r.SkipText();
-    if (r.Next() != TOK_CONTACT_INFO) return r.Fail(np, 164);
+    if (r.Next() != TOK_CONTACT_INFO) return r.Fail(164);
     r.SkipText();
-    if (r.Next() != TOK_DESCRIPTION) return r.Fail(np, 165);
+    if (r.Next() != TOK_DESCRIPTION) return r.Fail(165);
     np->szDescr = r.KeepText();
 
     // Any number of REVISION clauses, each with its own DESCRIPTION; only the
     // module's description is kept.
     while (r.Next() == TOK_REVISION) {
         r.SkipText();
-        if (r.Next() != TOK_DESCRIPTION) return r.Fail(np, 165);
+        if (r.Next() != TOK_DESCRIPTION) return r.Fail(165);
         r.SkipText();
     }
-    if (r.Type() != TOK_EQUALS) return r.Fail(np, 166);
+    if (r.Type() != TOK_EQUALS) return r.Fail(166);
     return np;
 }
 
@@ -158,15 +152,15 @@ node* CMib2Trap::ParseObjectIdentity(char* /*szName*/) {
     node* np = CreateNode(TOK_OBJECT_IDENTITY);
     if (!np) return nullptr;
 
-    if (r.Next() != TOK_STATUS) return r.Fail(np, 167);
+    if (r.Next() != TOK_STATUS) return r.Fail(167);
     r.Next();  // any status value
-    if (r.Next() != TOK_DESCRIPTION) return r.Fail(np, 168);
+    if (r.Next() != TOK_DESCRIPTION) return r.Fail(168);
     np->szDescr = r.KeepText();
     if (r.Next() == TOK_REFERENCE) {
         r.SkipText();
         r.Next();
     }
-    if (r.Type() != TOK_EQUALS) return r.Fail(np, 169);
+    if (r.Type() != TOK_EQUALS) return r.Fail(169);
     return np;
 }
 
@@ -183,15 +177,15 @@ node* CMib2Trap::ParseNotificationGroup(char* /*szName*/) {
 node* CMib2Trap::ParseModuleCompliance(char* /*szName*/) {
     ClauseReader r(this);
 
-    if (r.Next() != TOK_STATUS) return r.Fail(nullptr, 190);
+    if (r.Next() != TOK_STATUS) return r.Fail(190);
     r.Next();  // any status value
-    if (r.Next() != TOK_DESCRIPTION) return r.Fail(nullptr, 191);
+    if (r.Next() != TOK_DESCRIPTION) return r.Fail(191);
     r.SkipText();
     if (r.Next() == TOK_REFERENCE) {
         r.SkipText();
         r.Next();
     }
-    if (r.Type() != TOK_MODULE) return r.Fail(nullptr, 192);
+    if (r.Type() != TOK_MODULE) return r.Fail(192);
 
     // Module sections.  Their words are read with GT_OBJECT, so that the
     // refinement keyword OBJECT does not begin "OBJECT IDENTIFIER".
@@ -211,11 +205,11 @@ node* CMib2Trap::ParseModuleCompliance(char* /*szName*/) {
                     r.Next(GT_OBJECT);
                 }
             }
-            if (r.Type() != TOK_DESCRIPTION) return r.Fail(nullptr, 193);
+            if (r.Type() != TOK_DESCRIPTION) return r.Fail(193);
             r.SkipText();
             r.Next(GT_OBJECT);
         }
-        if (r.Type() != TOK_MODULE && r.Type() != TOK_EQUALS) return r.Fail(nullptr, 194);
+        if (r.Type() != TOK_MODULE && r.Type() != TOK_EQUALS) return r.Fail(194);
     }
 
     // The record is made only once the whole macro has been read.
@@ -227,11 +221,11 @@ node* CMib2Trap::ParseAgentCapabilities(char* /*szName*/) {
     node* np = CreateNode(TOK_AGENT_CAPABILITIES);
     if (!np) return nullptr;
 
-    if (r.Next() != TOK_PRODUCT_RELEASE) return r.Fail(np, 183);
+    if (r.Next() != TOK_PRODUCT_RELEASE) return r.Fail(183);
     r.SkipText();
-    if (r.Next() != TOK_STATUS) return r.Fail(np, 184);
+    if (r.Next() != TOK_STATUS) return r.Fail(184);
     r.Next();  // any status value
-    if (r.Next() != TOK_DESCRIPTION) return r.Fail(np, 185);
+    if (r.Next() != TOK_DESCRIPTION) return r.Fail(185);
     r.SkipText();
     if (r.Next() == TOK_REFERENCE) {
         r.SkipText();
@@ -240,29 +234,29 @@ node* CMib2Trap::ParseAgentCapabilities(char* /*szName*/) {
 
     while (r.Type() == TOK_SUPPORTS) {
         if (r.Next() == TOK_LABEL) r.Next();  // optional module name
-        if (r.Type() != TOK_INCLUDES) return r.Fail(np, 186);
+        if (r.Type() != TOK_INCLUDES) return r.Fail(186);
         r.SkipList(TOK_INCLUDES, GT_COMMA);
 
         while (r.Type() == TOK_VARIATION) {
             r.Next();  // the object's descriptor
             r.Next();
-            if (r.Type() == TOK_SYNTAX && !r.SkipSyntax()) return r.Drop(np);
-            if (r.Type() == TOK_WRITE_SYNTAX && !r.SkipSyntax()) return r.Drop(np);
+            if (r.Type() == TOK_SYNTAX && !r.SkipSyntax()) return nullptr;
+            if (r.Type() == TOK_WRITE_SYNTAX && !r.SkipSyntax()) return nullptr;
             if (r.Type() == TOK_ACCESS) {
                 r.Next();
-                if (!IsVariationAccess(r.Text())) return r.Fail(np, 187);
+                if (!IsVariationAccess(r.Text())) return r.Fail(187);
                 r.Next();
             }
             if (r.Type() == TOK_CREATION_REQUIRES) r.SkipList(TOK_CREATION_REQUIRES, GT_COMMA);
             if (r.Type() == TOK_DEFVAL && !r.SkipDefval()) {
                 DisplayMsg(188);
-                return r.Drop(np);
+                return nullptr;
             }
-            if (r.Type() != TOK_DESCRIPTION) return r.Fail(np, 185);
+            if (r.Type() != TOK_DESCRIPTION) return r.Fail(185);
             r.SkipText();
             r.Next();
         }
     }
-    if (r.Type() != TOK_EQUALS) return r.Fail(np, 189);
+    if (r.Type() != TOK_EQUALS) return r.Fail(189);
     return np;
 }

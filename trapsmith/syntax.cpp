@@ -84,9 +84,9 @@ bool CMib2Trap::GetSyntax(char* szToken, int* type, node* np) {
             DisplayMsg(201, szTypeName);
             return false;
         }
-        // An object naming a type not defined yet is bound at the end of the
-        // parse; until then it keeps syntax TOK_LABEL and the name.
-        AppendObjDefnOnTokenList(np, &m_pUnresObjList);
+        // An object naming a type not defined yet keeps syntax TOK_LABEL and
+        // the name; the module parser queues it for binding at the end of the
+        // parse when it appends the object to its module.
         return true;
     }
 

@@ -5,28 +5,27 @@
 // records are made in the parse's arena (RecordTokenList).
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
+#include <utility>
 
 #include "mib2trap.h"
 
-// When the head cannot be allocated the list stays absent, so a following
-// InsertTokenIntoQueue returns null and the caller keeps its payload.
+// Makes the head of a list that does not exist yet.
 void CMib2Trap::CreateTokenListHead(MibTokenList** tlh) {
     if (tlh == nullptr || *tlh != nullptr) return;
     MibTokenList* head = NewHeapRecord<MibTokenList>();
-    if (head == nullptr) return;
     head->forw = head;
     head->back = head;
     *tlh = head;
 }
 
 // Appends the payload at the tail; the payload is stored as given, not copied.
-// Returns null, leaving the payload with the caller, when there is no list or
-// no memory for the element.
+// Returns null, leaving the payload with the caller, when there is no list;
+// so does running out of memory, by its exception.
 MibTokenList* CMib2Trap::InsertTokenIntoQueue(char* szToken, MibTokenList* tlh) {
     if (tlh == nullptr) return nullptr;
     MibTokenList* elem = NewHeapRecord<MibTokenList>();
-    if (elem == nullptr) return nullptr;
     elem->szToken = szToken;
     Insque(elem, tlh->back);
     return elem;
@@ -76,7 +75,8 @@ void* WrittenNames::Take(size_t n) {
     n = (n + kAlign - 1) / kAlign * kAlign;
     if (n > m_left) {
         const size_t size = n > kBlock ? n : kBlock;
-        m_blocks.emplace_back(new char[size]);
+        std::unique_ptr<char[]> block(new char[size]);
+        m_blocks.push_back(std::move(block));
         m_cur = m_blocks.back().get();
         m_left = size;
     }

@@ -109,7 +109,7 @@ void WriteRecord(smitext::Out& out, FILE* file, const char* fmt, va_list ap) {
 }  // namespace
 
 void CMib2Trap::Trace(const char* fmt, ...) {
-    FILE* const file = m_pTrapFile;
+    FILE* const file = m_pTrapFile.get();
     if (!file) return;
     va_list ap;
     va_start(ap, fmt);

@@ -90,7 +90,6 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
     int type = GetToken(m_pInFile, szToken, 0);
     if (type != TOK_ENTERPRISE) {
         DisplayMsg(154, szToken);
-        FreeNode(np);
         return nullptr;
     }
 
@@ -110,7 +109,6 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
             if (len > 0 && szToken[len - 1] == '}') break;
             if (count == 99) {
                 DisplayMsg(155);
-                FreeNode(np);
                 return nullptr;
             }
             np->szParent = CopyLabel(szToken);
@@ -118,7 +116,6 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
         }
     } else {
         DisplayMsg(156, szToken);
-        FreeNode(np);
         return nullptr;
     }
 
@@ -127,7 +124,6 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
         tagBracedList* list = GetBracedList(m_pInFile, GT_COMMA, &type, szToken);
         if (!list) {
             DisplayMsg(157, szToken);
-            FreeNode(np);
             return nullptr;
         }
         int count = 0;
@@ -150,14 +146,12 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
     }
     if (type != TOK_EQUALS) {
         DisplayMsg(159, szCurrent);
-        FreeNode(np);
         return nullptr;
     }
 
     type = GetToken(m_pInFile, szToken, 0);
     if (type != TOK_LABEL) {
         DisplayMsg(161, szToken);
-        FreeNode(np);
         return nullptr;
     }
     np->def_line = m_nNameLine;
@@ -166,7 +160,6 @@ node* CMib2Trap::ParseTrapType(char* szName, node* /*nodes*/) {
         // Also a number too large for the record's int, which would
         // otherwise wrap into a different trap number.
         DisplayMsg(160, szToken);
-        FreeNode(np);
         return nullptr;
     }
     np->subid = number;
@@ -199,14 +192,12 @@ node* CMib2Trap::ParseNotificationType(char* szName) {
 
     if (type != TOK_STATUS) {
         DisplayMsg(170, szToken);
-        FreeNode(np);
         return nullptr;
     }
     GetToken(m_pInFile, szToken, 0);  // status value, not kept
     type = GetToken(m_pInFile, szToken, 0);
     if (type != TOK_DESCRIPTION) {
         DisplayMsg(171, szToken);
-        FreeNode(np);
         return nullptr;
     }
     // An unreadable text has been reported by the reader and is not fatal.
@@ -216,7 +207,6 @@ node* CMib2Trap::ParseNotificationType(char* szName) {
     Trace("TRAPEND: %s\n", szName);
     if (type != TOK_EQUALS) {
         DisplayMsg(172, szTrapToken);
-        FreeNode(np);
         return nullptr;
     }
     return np;

@@ -85,13 +85,12 @@ bool CMib2Trap::PrintUserTypes(FILE* file) {
             continue;
         }
         WriteUserType(out, utp);
-        // The name alone keeps later definitions out; a record that cannot
-        // be kept for lack of memory is released.
+        // The written list keeps the record from now on.  Should memory run
+        // out first, the record stays on the compiler's list, which releases
+        // it.
         CreateTokenListHead(&pUserTypeList);
-        if (!InsertTokenIntoQueue(reinterpret_cast<char*>(utp), pUserTypeList)) {
-            e->szToken = nullptr;
-            FreeUserTypeElement(utp);
-        }
+        InsertTokenIntoQueue(reinterpret_cast<char*>(utp), pUserTypeList);
+        e->szToken = nullptr;
     }
 
     // The records now belong to pUserTypeList (or were released above); only

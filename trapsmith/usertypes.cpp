@@ -17,19 +17,14 @@ bool SameText(const char* a, const char* b) {
 
 int CMib2Trap::ParseUserType(char* szToken, char* szName, node* cur_np) {
     node* np = CreateNode(TOK_LABEL);
-    if (!np) return 0;
     np->szLabel = CopyLabel(szName);
     np->def_line = m_nNameLine;
 
     int type = GetToken(m_pInFile, szToken, GT_PARENS);
     if (type == TOK_TEXTUAL_CONVENTION) {
         type = ParseTextualConvention(szToken, szName, np);
-        if (type == 0) {
-            FreeNode(np);
-            return 0;
-        }
+        if (type == 0) return 0;
     } else if (!GetSyntax(szToken, &type, np)) {
-        FreeNode(np);
         return 0;
     }
 
@@ -47,7 +42,7 @@ int CMib2Trap::ParseUserType(char* szToken, char* szName, node* cur_np) {
     // the scratch node stays behind in the arena.
     MibUserType* utp =
         CreateUserTypeElement(szName, np->syntax, np->enums, np->szUserDef, np->szSubtype);
-    if (!utp || !AppendUserTypeOnTokenList(utp, &m_pUserTypeList)) return 0;
+    if (!AppendUserTypeOnTokenList(utp, &m_pUserTypeList)) return 0;
     return type;
 }
 
@@ -85,20 +80,21 @@ int CMib2Trap::ParseTextualConvention(char* szToken, char* /*szName*/, node* np)
 MibUserType* CMib2Trap::CreateUserTypeElement(const char* szName, int type, MibEnumList* enums,
                                               const char* szUserDef, const char* szSubtype) {
     MibUserType* utp = NewHeapRecord<MibUserType>();
-    if (!utp) return nullptr;
     utp->type = type;
-    utp->szName = CopyText(szName);
-    utp->szUserDef = CopyText(szUserDef);
-    utp->szSubtype = CopyText(szSubtype);
-    utp->enums = DupEnumList(enums);
-    if ((szName && !utp->szName) || (szUserDef && !utp->szUserDef) ||
-        (szSubtype && !utp->szSubtype) || (enums && !utp->enums)) {
-        FreeUserTypeElement(utp);
-        return nullptr;
+    try {
+        utp->szName = CopyText(szName);
+        utp->szUserDef = CopyText(szUserDef);
+        utp->szSubtype = CopyText(szSubtype);
+        utp->enums = DupEnumList(enums);
+    } catch (...) {
+        FreeUserTypeElement(utp);  // the parts made so far
+        throw;
     }
     return utp;
 }
 
+// The list takes over utp, or releases it when it is refused or memory runs
+// out.
 bool CMib2Trap::AppendUserTypeOnTokenList(MibUserType* utp, MibTokenList** p_utlist) {
     if (!utp || !p_utlist) return false;
     // The index follows the compiler's own list, however that list is handed in.
@@ -121,12 +117,16 @@ bool CMib2Trap::AppendUserTypeOnTokenList(MibUserType* utp, MibTokenList** p_utl
     // A new list on the member starts a new index: whatever the index held
     // belonged to a list that has since been released.
     if (bOwnList && !*p_utlist) m_userTypeIndex.clear();
-    CreateTokenListHead(p_utlist);
-    if (!InsertTokenIntoQueue(reinterpret_cast<char*>(utp), *p_utlist)) {
+    auto indexed = m_userTypeIndex.end();
+    try {
+        CreateTokenListHead(p_utlist);
+        if (bOwnList && utp->szName) indexed = m_userTypeIndex.emplace(utp->szName, utp).first;
+        InsertTokenIntoQueue(reinterpret_cast<char*>(utp), *p_utlist);
+    } catch (...) {
+        if (indexed != m_userTypeIndex.end()) m_userTypeIndex.erase(indexed);
         FreeUserTypeElement(utp);
-        return false;
+        throw;
     }
-    if (bOwnList && utp->szName) m_userTypeIndex.emplace(utp->szName, utp);
     return true;
 }
 
@@ -164,22 +164,17 @@ MibUserType* CMib2Trap::FindUserTypeOnTokenList(const char* szName, MibTokenList
 MibEnumList* CMib2Trap::DupEnumList(MibEnumList* oldEp) {
     MibEnumList* head = nullptr;
     MibEnumList** tail = &head;
-    for (const MibEnumList* ep = oldEp; ep; ep = ep->next) {
-        MibEnumList* item = NewHeapRecord<MibEnumList>();
-        if (!item) {
-            FreeEnumList(head);
-            return nullptr;
-        }
-        *tail = item;
-        tail = &item->next;
-        item->value = ep->value;
-        if (ep->szLabel) {
+    try {
+        for (const MibEnumList* ep = oldEp; ep; ep = ep->next) {
+            MibEnumList* item = NewHeapRecord<MibEnumList>();
+            *tail = item;
+            tail = &item->next;
+            item->value = ep->value;
             item->szLabel = CopyText(ep->szLabel);
-            if (!item->szLabel) {
-                FreeEnumList(head);
-                return nullptr;
-            }
         }
+    } catch (...) {
+        FreeEnumList(head);
+        throw;
     }
     return head;
 }

@@ -248,51 +248,6 @@ void WriteRecord(smitext::Out& out, const node* np, const QueueIndex& firstInQue
 
 }  // namespace
 
-namespace flat {
-
-void FirstByLabel::Emplace(node* np) {
-    if (m_size + 1 > m_slots.size() - m_slots.size() / 4) Rehash(CapacityFor(m_size + 1));
-    const uint32_t hash = static_cast<uint32_t>(HashText(np->szLabel));
-    const size_t mask = m_slots.size() - 1;
-    for (size_t i = hash & mask;; i = (i + 1) & mask) {
-        node*& slot = m_slots[i];
-        if (slot == nullptr) {
-            slot = np;
-            m_hashes[i] = hash;
-            ++m_size;
-            return;
-        }
-        if (m_hashes[i] == hash && strcmp(slot->szLabel, np->szLabel) == 0) return;
-    }
-}
-
-node* FirstByLabel::Find(const char* szLabel) const {
-    if (m_size == 0) return nullptr;
-    const uint32_t hash = static_cast<uint32_t>(HashText(szLabel));
-    const size_t mask = m_slots.size() - 1;
-    for (size_t i = hash & mask;; i = (i + 1) & mask) {
-        node* slot = m_slots[i];
-        if (slot == nullptr || (m_hashes[i] == hash && strcmp(slot->szLabel, szLabel) == 0)) return slot;
-    }
-}
-
-void FirstByLabel::Rehash(size_t capacity) {
-    std::vector<node*> old(capacity, nullptr);
-    std::vector<uint32_t> oldHashes(capacity, 0);
-    old.swap(m_slots);
-    oldHashes.swap(m_hashes);
-    const size_t mask = m_slots.size() - 1;
-    for (size_t j = 0; j < old.size(); ++j) {
-        if (old[j] == nullptr) continue;
-        size_t i = oldHashes[j] & mask;
-        while (m_slots[i] != nullptr) i = (i + 1) & mask;
-        m_slots[i] = old[j];
-        m_hashes[i] = oldHashes[j];
-    }
-}
-
-}  // namespace flat
-
 void ResetPrintMIBState() {
     objIdList.Clear();
     delete[] szMibModuleName;
@@ -302,10 +257,11 @@ void ResetPrintMIBState() {
 bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
     for (ModListNode* mod = pHead; mod; mod = mod->next_mod) {
         const size_t nameLen = strnlen(mod->szModName, sizeof mod->szModName);
+        char* name = new char[nameLen + 1];
+        std::memcpy(name, mod->szModName, nameLen);
+        name[nameLen] = '\0';
         delete[] szMibModuleName;
-        szMibModuleName = new char[nameLen + 1];
-        std::memcpy(szMibModuleName, mod->szModName, nameLen);
-        szMibModuleName[nameLen] = '\0';
+        szMibModuleName = name;
 
         PrintUserTypes(file);
 
@@ -318,8 +274,7 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
             else if (IsTrap(np->type))
                 ++nTraps;
         }
-        std::vector<node*> vAll(nObjIds + nTraps), npQueue;
-        npQueue.reserve(nObjIds + nTraps);
+        std::vector<node*> vAll(nObjIds + nTraps);
         // One walk fills both parts: the records lie far apart in memory.
         size_t nextObjId = 0, nextTrap = nObjIds;
         for (node* np = mod->node; np; np = np->next) {
@@ -329,16 +284,9 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
                 vAll[nextTrap++] = np;
         }
 
-        // The lookup state of AddToQueue belongs to this module's sequences;
-        // the next module's sequences may reuse the same addresses.
-        m_indexedAll = nullptr;
-        m_indexedQueue = nullptr;
-        for (size_t i = 0; i < vAll.size(); ++i) AddToQueue(&vAll, &npQueue, vAll[i]);
-        m_indexedAll = nullptr;
-        m_indexedQueue = nullptr;
-        m_firstByLabel.Clear();
-        m_queued.Clear();
-        m_onChain.Clear();
+        ModuleQueue queue(vAll);
+        for (node* np : vAll) AddToQueue(queue, np);
+        const std::vector<node*>& npQueue = queue.records;
 
         QueueIndex firstInQueue;
         if (nTraps != 0) {
@@ -367,56 +315,45 @@ bool CMib2Trap::PrintMIB(ModListNode* pHead, FILE* file) {
     return true;
 }
 
-// Appends np to the queue, preceded by its ancestors in vAll that are not
-// queued yet, outermost first.  The parent of a record is the first record of
-// vAll whose label is the record's parent label.  The chain of ancestors is
-// collected with an explicit stack, so a long chain cannot exhaust the call
-// stack; a parent that is already on the chain closes a cycle and counts as
-// not found, which ends the chain there.
-void CMib2Trap::AddToQueue(std::vector<node*>* m_vAll, std::vector<node*>* m_npQueue, node* np) {
-    if (!m_vAll || !m_npQueue || !np) return;
+ModuleQueue::ModuleQueue(const std::vector<node*>& all) {
+    records.reserve(all.size());
+    queued.Reserve(all.size());
+    firstByLabel.Reserve(all.size());
+    for (node* np : all)
+        if (np) firstByLabel.Emplace(np);
+}
 
-    if (m_indexedAll != m_vAll || m_indexedAllSize != m_vAll->size()) {
-        m_firstByLabel.Clear();
-        m_firstByLabel.Reserve(m_vAll->size());
-        for (node* cand : *m_vAll)
-            if (cand) m_firstByLabel.Emplace(cand);
-        m_indexedAll = m_vAll;
-        m_indexedAllSize = m_vAll->size();
-    }
-    // Every record queued here is in m_queued once; a queue that changed
-    // behind our back no longer matches in size and is indexed afresh.
-    if (m_indexedQueue != m_npQueue || m_queued.Size() != m_npQueue->size()) {
-        m_queued.Clear();
-        m_queued.Reserve(m_npQueue->size());
-        for (const node* queued : *m_npQueue) m_queued.Insert(queued);
-        m_indexedQueue = m_npQueue;
-    }
-
-    if (m_queued.Contains(np)) return;
+// Appends np to the queue, preceded by its ancestors that are not queued yet,
+// outermost first.  The chain of ancestors is collected with an explicit
+// stack, so a long chain cannot exhaust the call stack; a parent that is
+// already on the chain closes a cycle and counts as not found, which ends the
+// chain there.
+void CMib2Trap::AddToQueue(ModuleQueue& queue, node* np) {
+    if (!np || queue.queued.Contains(np)) return;
 
     // Most chains are one or two records long and are searched directly; a
     // long chain gets a set, so that it cannot cost quadratic time.
     constexpr size_t kShortChain = 16;
-    std::vector<node*>& chain = m_chain;
+    std::vector<node*>& chain = queue.chain;
+    flat::PointerSet& onChain = queue.onChain;
     chain.assign(1, np);
-    m_onChain.Clear();
+    onChain.Clear();
     auto isOnChain = [&](const node* p) {
         if (chain.size() <= kShortChain) return std::find(chain.begin(), chain.end(), p) != chain.end();
-        if (m_onChain.Empty())
-            for (const node* c : chain) m_onChain.Insert(c);
-        return m_onChain.Contains(p);
+        if (onChain.Empty())
+            for (const node* c : chain) onChain.Insert(c);
+        return onChain.Contains(p);
     };
     for (node* cur = np;;) {
-        node* parent = m_firstByLabel.Find(cur->szParent);
+        node* parent = queue.firstByLabel.Find(cur->szParent);
         if (parent == nullptr) break;
-        if (m_queued.Contains(parent) || isOnChain(parent)) break;
+        if (queue.queued.Contains(parent) || isOnChain(parent)) break;
         chain.push_back(parent);
-        if (!m_onChain.Empty()) m_onChain.Insert(parent);
+        if (!onChain.Empty()) onChain.Insert(parent);
         cur = parent;
     }
     for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
-        m_npQueue->push_back(*it);
-        m_queued.Insert(*it);
+        queue.records.push_back(*it);
+        queue.queued.Insert(*it);
     }
 }
