@@ -162,7 +162,7 @@ int Lexer::EndWord(int c) {
     chLast = c;
     m_word[m_len] = '\0';
     if ((m_flags & GT_OBJECT) && strcmp(m_word, "OBJECT") == 0) return TOK_OBJECT;
-    const tok* kw = m_mib.FindKeyword(m_word);
+    const tok* kw = m_mib.FindKeyword(m_word, static_cast<size_t>(m_len));
     if (kw == nullptr) return TOK_LABEL;
     if (kw->nToken != TOK_CONTINUE) return kw->nToken;
     // "OBJECT" or "OCTET" right against a brace, comma or parenthesis: the
