@@ -51,6 +51,9 @@ constexpr MibSource::EitherOf kDashOrNewline{'-', '\n'};
 struct WordEnd {
     uint8_t stops;
     bool operator()(unsigned char c) const { return (kCharClass[c] & stops) != 0; }
+#if defined(__SSE2__)
+    static unsigned Candidates(__m128i v) { return MibSource::Outside(v, '0', 'z'); }
+#endif
     static bool NoneIn(uint64_t v) { return !MibSource::AnyBelow(v, '0') && !MibSource::AnyAbove(v, 'z'); }
 };
 
