@@ -102,3 +102,26 @@ TEST(MibSource, AttachStartsAfresh) {
     EXPECT_EQ(s.in.Take(), EOF);
     fclose(other);
 }
+
+// A file shorter than a block is read into a block sized after it; files
+// of sizes about the page sizes such a block is rounded to are read whole,
+// and once more after the source is attached again.
+TEST(MibSource, FilesOfEverySizeNearTheBlockSizesAreReadWhole) {
+    for (size_t size : {0, 1, 4095, 4096, 4097, 8191, 8192, 65535, 65536, 65537, 140000}) {
+        std::string text;
+        for (size_t i = 0; i < size; ++i) text += static_cast<char>('a' + i % 26);
+        FILE* stream = TextStream(text + "\"");
+        MibSource in;
+        for (int pass = 0; pass < 2; ++pass) {
+            rewind(stream);
+            in.Attach(stream);
+            std::string read(size + 16, '\0');
+            EXPECT_EQ(in.CopyRun(&read[0], read.size(), kQuoteOrNewline), size);
+            read.resize(size);
+            EXPECT_EQ(read, text) << size;
+            EXPECT_EQ(in.Take(), '"');
+            EXPECT_EQ(in.Take(), EOF);
+        }
+        fclose(stream);
+    }
+}

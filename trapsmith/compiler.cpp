@@ -66,6 +66,12 @@ FILE* OpenStream(const char* szName, const char* szMode) {
     return f;
 }
 
+FILE* OpenMibInput(const char* szName) {
+    FILE* f = fopen(szName, "r");
+    if (f != nullptr) setvbuf(f, nullptr, _IONBF, 0);
+    return f;
+}
+
 FILE* OpenRewriteStream(const char* szName) {
     // The flags of fopen's "w" without O_TRUNC.
     const int fd = open(szName, O_WRONLY | O_CREAT, 0666);
@@ -221,7 +227,7 @@ void CMib2Trap::CloseInput() {
 
 bool CMib2Trap::CompileMIB(const char* szFile, int pass) {
     m_strInFile = szFile;
-    m_pInFile = szFile ? OpenStream(szFile, "r") : nullptr;
+    m_pInFile = szFile ? OpenMibInput(szFile) : nullptr;
     if (!m_pInFile) {
         DisplayMsg(109, szFile ? szFile : "");
         // The compile is over: leave the object with every stream closed, as

@@ -263,7 +263,7 @@ bool CMib2Trap::ProcessImports(importFilesList* importFile, FILE* file) {
     const std::string* opened = nullptr;
     if (first.size() < kFileNameLen && !ModuleNameIsPath(szModule.c_str())) {
         for (const std::string* name : {&first, &second, &third}) {
-            m_pInFile = OpenStream(name->c_str(), "r");
+            m_pInFile = OpenMibInput(name->c_str());
             if (m_pInFile) {
                 opened = name;
                 break;

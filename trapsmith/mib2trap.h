@@ -371,9 +371,13 @@ void CopyInto(char (&field)[N], const char* text) {
 }
 
 // Opens a stream like fopen, with a buffer of 64 KB instead of the default
-// 4 KB, so that the input and the work files are read and written in few
-// system calls; such a stream must be closed with CloseStream.
+// 4 KB, so that the work files are read and written in few system calls;
+// such a stream must be closed with CloseStream.
 FILE* OpenStream(const char* szName, const char* szMode);
+// Opens a MIB file for reading through a MibSource, which reads it in blocks
+// of its own: the stream is unbuffered, so the bytes are read straight into
+// those blocks and no second buffer is held.  Closed with CloseStream too.
+FILE* OpenMibInput(const char* szName);
 // Opens a file for writing like OpenStream(szName, "w"), except that a file
 // already there is written over in place and cut where writing ended when the
 // stream is closed: the same content at the end, without first emptying the

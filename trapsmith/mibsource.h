@@ -24,10 +24,13 @@ public:
 
     // Reads fp from its current position on (null: no stream).  Bytes read
     // ahead from the stream attached before are dropped, so a stream closed
-    // and another opened at the same address start clean once attached.
+    // and another opened at the same address start clean once attached.  The
+    // block goes too: a source holds one only while it reads, so that the
+    // compiler objects of a run do not each keep one.
     void Attach(FILE* fp) {
         m_fp = fp;
         m_cur = m_end = nullptr;
+        m_block.reset();
     }
     FILE* Stream() const { return m_fp; }
 
@@ -158,6 +161,7 @@ private:
     FILE* m_fp = nullptr;
     const size_t m_blockSize;
     std::unique_ptr<unsigned char[]> m_block;
+    size_t m_blockLen = 0;  // the size of m_block: m_blockSize, or less for a short file
     const unsigned char* m_cur = nullptr;  // next byte of the block
     const unsigned char* m_end = nullptr;  // end of the bytes read into it
 };
