@@ -237,19 +237,26 @@ void CMib2Trap::HashInit() {
 
 const tok* CMib2Trap::FindKeyword(const char* szWord) const { return FindKeyword(szWord, strlen(szWord)); }
 
+namespace {
+
+// Built from the table's texts and lengths, which are constants, before
+// main runs.
+const KeywordStarts keywordStarts(g_tokens);
+const KeywordIndex keywordIndex(g_tokens);
+
+// A word that holds a NUL byte before its terminator is looked up by the
+// text before it.
+const tok* FindBeforeNul(const char* szWord, size_t len) {
+    const size_t text = strnlen(szWord, len);
+    return text == len || text == 0 ? nullptr : keywordIndex.Find(szWord, text);
+}
+
+}  // namespace
+
 const tok* CMib2Trap::FindKeyword(const char* szWord, size_t len) const {
-    static const KeywordStarts starts(g_tokens);
-    if (!starts.MayStart(szWord)) return nullptr;
-    static const KeywordIndex index(g_tokens);
-    const tok* t = index.Find(szWord, len);
-    // A NUL byte inside the word ends its text: a word that holds one is
-    // looked up by the text before it.
-    if (t == nullptr) {
-        const size_t text = strnlen(szWord, len);
-        if (text == len || text == 0) return nullptr;
-        t = index.Find(szWord, text);
-        if (t == nullptr) return nullptr;
-    }
+    if (!keywordStarts.MayStart(szWord)) return nullptr;
+    const tok* t = keywordIndex.Find(szWord, len);
+    if (t == nullptr && (t = FindBeforeNul(szWord, len)) == nullptr) return nullptr;
     // Only the keywords this object's buckets hold: none before HashInit.
     return m_pBuckets[static_cast<uint32_t>(t->nHash) & 31u] != nullptr ? t : nullptr;
 }
