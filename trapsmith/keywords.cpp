@@ -245,8 +245,9 @@ const KeywordStarts keywordStarts(g_tokens);
 const KeywordIndex keywordIndex(g_tokens);
 
 // A word that holds a NUL byte before its terminator is looked up by the
-// text before it.
-const tok* FindBeforeNul(const char* szWord, size_t len) {
+// text before it.  Kept out of line: it is seldom called, and FindKeyword,
+// called for every word, then needs few registers.
+[[gnu::noinline]] const tok* FindBeforeNul(const char* szWord, size_t len) {
     const size_t text = strnlen(szWord, len);
     return text == len || text == 0 ? nullptr : keywordIndex.Find(szWord, text);
 }
