@@ -1,9 +1,8 @@
 // The reserved words of the MIB language and the 32-bucket hash that says
 // which are keywords to a compiler object: the word's byte sum picks a
 // bucket, and the bucket's chain holds the entry of the same sum and text.
-// The tokenizer classifies every finished word, so it finds that entry
-// through an index by the word's length and end characters instead of
-// summing the word's bytes.
+// Only words whose first two characters begin some keyword are summed and
+// looked up.
 #include <bitset>
 #include <cstring>
 
@@ -60,35 +59,6 @@ bool SameBytes(const char* a, const char* b, size_t len) {
     if (len >= 4) return load4(a) == load4(b) && load4(a + len - 4) == load4(b + len - 4);
     return len == 0 || (a[0] == b[0] && a[len / 2] == b[len / 2] && a[len - 1] == b[len - 1]);
 }
-
-// The keywords by length, first and last character, each found in one or
-// two probes.  The texts are all different, so the entry found for a text
-// is the one a bucket walk finds.
-class KeywordIndex {
-public:
-    explicit KeywordIndex(const tok* table) {
-        for (const tok* t = table; t->szName != nullptr; ++t) {
-            size_t i = Slot(t->szName, static_cast<size_t>(t->nLen));
-            while (m_slots[i] != nullptr) i = (i + 1) & kMask;
-            m_slots[i] = t;
-        }
-    }
-    // Only words of at least one character get here.
-    const tok* Find(const char* word, size_t len) const {
-        for (size_t i = Slot(word, len); m_slots[i] != nullptr; i = (i + 1) & kMask) {
-            const tok* t = m_slots[i];
-            if (static_cast<size_t>(t->nLen) == len && SameBytes(t->szName, word, len)) return t;
-        }
-        return nullptr;
-    }
-
-private:
-    static constexpr size_t kMask = 511;
-    static size_t Slot(const char* s, size_t len) {
-        return (len * 37 + static_cast<unsigned char>(s[0]) * 11u + static_cast<unsigned char>(s[len - 1])) & kMask;
-    }
-    const tok* m_slots[kMask + 1] = {};
-};
 
 }  // namespace
 
@@ -239,25 +209,21 @@ const tok* CMib2Trap::FindKeyword(const char* szWord) const { return FindKeyword
 
 namespace {
 
-// Built from the table's texts and lengths, which are constants, before
-// main runs.
+// Built from the table's texts, which are constants, before main runs.
 const KeywordStarts keywordStarts(g_tokens);
-const KeywordIndex keywordIndex(g_tokens);
-
-// A word that holds a NUL byte before its terminator is looked up by the
-// text before it.  Kept out of line: it is seldom called, and FindKeyword,
-// called for every word, then needs few registers.
-[[gnu::noinline]] const tok* FindBeforeNul(const char* szWord, size_t len) {
-    const size_t text = strnlen(szWord, len);
-    return text == len || text == 0 ? nullptr : keywordIndex.Find(szWord, text);
-}
 
 }  // namespace
 
 const tok* CMib2Trap::FindKeyword(const char* szWord, size_t len) const {
     if (!keywordStarts.MayStart(szWord)) return nullptr;
-    const tok* t = keywordIndex.Find(szWord, len);
-    if (t == nullptr && (t = FindBeforeNul(szWord, len)) == nullptr) return nullptr;
-    // Only the keywords this object's buckets hold: none before HashInit.
-    return m_pBuckets[static_cast<uint32_t>(t->nHash) & 31u] != nullptr ? t : nullptr;
+    // The word's byte sum picks the bucket; a NUL byte inside the word ends
+    // its text, as it ends the text compared.
+    uint32_t sum = 0;
+    size_t n = 0;
+    for (; n < len && szWord[n] != '\0'; ++n)
+        sum += static_cast<uint32_t>(static_cast<int32_t>(static_cast<signed char>(szWord[n])));
+    const int32_t hash = static_cast<int32_t>(sum);
+    for (const tok* t = m_pBuckets[sum & 31u]; t != nullptr; t = t->pNext)
+        if (t->nHash == hash && static_cast<size_t>(t->nLen) == n && SameBytes(t->szName, szWord, n)) return t;
+    return nullptr;
 }
