@@ -4,8 +4,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
+#include "smitext.h"
 #include "test_util.h"
 
 namespace {
@@ -150,4 +153,41 @@ TEST_F(CompilerTest, ATraceFileOpenedAgainHoldsOnlyWhatWasWrittenThisTime) {
     ASSERT_TRUE(again.Initialize("NULL-MIB", nullptr, 2));
     again.Trace("%s\n", "gone");
     ASSERT_TRUE(again.Initialize("NEW-MIB", nullptr, 2));
+}
+
+// Records gathered in a parse's trace buffer read as printf writes them,
+// for more formats than the table of split formats holds, each written
+// twice: formats of up to five pieces, longer ones, texts longer than the
+// buffer, "%%" and conversions the trace leaves to the C library.
+TEST(Trace, RecordsOfEveryFormatReadAsPrintfWritesThem) {
+    MibFixture f;
+    std::vector<std::string> formats;
+    for (int i = 0; i < 600; ++i) {
+        std::string fmt = "r" + std::to_string(i);
+        for (int piece = 0; piece < i % 8; ++piece) fmt += piece % 2 ? " %d" : " %s";
+        if (i % 97 == 0) fmt += " %%";
+        if (i % 131 == 0) fmt += i % 8 % 2 ? " %5d|%.2s" : " %.2s|%5d";
+        formats.push_back(fmt + "\n");
+    }
+    const std::string longText(5000, 'L');  // longer than the buffer
+    char expected[40000];
+    std::string want;
+    {
+        smitext::Out out(f.mib.m_pTrapFile.get());
+        f.mib.m_traceOut = &out;
+        for (int pass = 0; pass < 2; ++pass) {
+            for (size_t i = 0; i < formats.size(); ++i) {
+                const char* text = i % 50 == 0 ? longText.c_str() : "abc";
+                const int n = static_cast<int>(i) * (pass ? -1 : 1);
+                f.mib.Trace(formats[i].c_str(), text, n, text, n, text, n, text, n, text, n);
+                snprintf(expected, sizeof expected, formats[i].c_str(), text, n, text, n, text, n, text, n, text, n);
+                want += expected;
+            }
+        }
+        f.mib.m_traceOut = nullptr;
+    }
+    const std::string written = f.TraceText();
+    EXPECT_EQ(written.size(), want.size());
+    const auto differ = std::mismatch(want.begin(), want.end(), written.begin(), written.end());
+    EXPECT_TRUE(differ.first == want.end()) << "differs at byte " << (differ.first - want.begin());
 }

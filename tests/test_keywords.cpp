@@ -106,3 +106,24 @@ TEST(Keywords, NearMissesAndNulBytesInTheInput) {
     EXPECT_EQ(f.Next(), TOK_LABEL);
     EXPECT_EQ(f.Next(), TOK_OPAQUE);
 }
+
+// The tokenizer looks a finished word up by its length, which is where its
+// terminator stands; a NUL byte before it ends the text that is looked up.
+TEST(Keywords, LookupsByLengthAgreeWithLookupsByText) {
+    CMib2Trap mib, unlinked;
+    mib.HashInit();
+    for (const tok* t = g_tokens; t->szName != nullptr; ++t) {
+        const std::string name = t->szName;
+        for (const std::string& word : {name, name + "x", name.substr(0, name.size() - 1), "x" + name,
+                                        name.substr(0, name.size() / 2) + "?" + name.substr(name.size() / 2 + 1)}) {
+            EXPECT_EQ(mib.FindKeyword(word.c_str(), word.size()), mib.FindKeyword(word.c_str())) << word;
+            EXPECT_EQ(unlinked.FindKeyword(word.c_str(), word.size()), nullptr) << word;
+        }
+        const std::string withNul = name + '\0' + "tail";
+        EXPECT_EQ(mib.FindKeyword(withNul.c_str(), withNul.size()), t) << name;
+        const std::string nulInside = name + "Q" + '\0' + "x";
+        EXPECT_EQ(mib.FindKeyword(nulInside.c_str(), nulInside.size()), mib.FindKeyword((name + "Q").c_str()));
+    }
+    const std::string nulFirst = std::string(1, '\0') + "END";
+    EXPECT_EQ(mib.FindKeyword(nulFirst.c_str(), nulFirst.size()), nullptr);
+}

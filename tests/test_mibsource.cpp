@@ -3,6 +3,7 @@
 #include <string>
 
 #include "test_util.h"
+#include "tokenizer_state.h"
 
 namespace {
 
@@ -39,13 +40,13 @@ TEST(MibSource, BytesPeekAndPutBack) {
 
 // A run of k bytes, then its stop byte, then more: the run is taken whole
 // (or up to its room), the stop byte is left, whatever the block size and
-// wherever the eight-byte steps end.
+// wherever the wide steps end.
 TEST(MibSource, RunsStopAtTheirByteAndRoom) {
-    for (size_t block = 1; block <= 19; ++block) {
-        for (size_t k = 0; k <= 20; ++k) {
+    for (size_t block = 1; block <= 37; ++block) {
+        for (size_t k = 0; k <= 40; ++k) {
             const std::string run(k, 'x');
             Source s(run + "\"tail\nnext", block);
-            char dst[32];
+            char dst[64];
             EXPECT_EQ(s.in.CopyRun(dst, sizeof dst, kQuoteOrNewline), k) << block << " " << k;
             EXPECT_EQ(std::string(dst, k), run);
             EXPECT_EQ(s.in.Take(), '"');
@@ -58,10 +59,32 @@ TEST(MibSource, RunsStopAtTheirByteAndRoom) {
             EXPECT_EQ(cut.in.Take(), k > room ? 'x' : '"');
         }
         // A run to the end of the input.
-        Source s(std::string(30, 'y'), block);
-        char dst[40];
-        EXPECT_EQ(s.in.CopyRun(dst, sizeof dst, kQuoteOrNewline), 30u);
+        Source s(std::string(70, 'y'), block);
+        char dst[80];
+        EXPECT_EQ(s.in.CopyRun(dst, sizeof dst, kQuoteOrNewline), 70u);
         EXPECT_EQ(s.in.Take(), EOF);
+    }
+}
+
+// The wide steps may pick out bytes that do not end a run (a tab among
+// blanks, a byte from 128 up among the bytes of a word): those are part of
+// the run, which goes on to the byte that does end it.
+TEST(MibSource, BytesThatOnlyMayEndARunAreTakenWithIt) {
+    const std::string blanks = " \t  \r\v \f";
+    const std::string word = "a\xff!~\x80.\"Z";
+    for (size_t block = 1; block <= 37; ++block) {
+        for (size_t k = 0; k <= 40; ++k) {
+            std::string indent, text;
+            for (size_t i = 0; i < k; ++i) indent += blanks[i % blanks.size()];
+            for (size_t i = 0; i < k; ++i) text += word[i % word.size()];
+            Source s(indent + "\n" + text + "\t", block);
+            s.in.SkipRun(LineBlanksEnd{});
+            EXPECT_EQ(s.in.Take(), '\n') << block << " " << k;
+            char dst[64];
+            EXPECT_EQ(s.in.CopyRun(dst, sizeof dst, SpaceStop{}), k) << block << " " << k;
+            EXPECT_EQ(std::string(dst, k), text);
+            EXPECT_EQ(s.in.Take(), '\t');
+        }
     }
 }
 
@@ -78,4 +101,27 @@ TEST(MibSource, AttachStartsAfresh) {
     s.in.Attach(nullptr);
     EXPECT_EQ(s.in.Take(), EOF);
     fclose(other);
+}
+
+// A file shorter than a block is read into a block sized after it; files
+// of sizes about the page sizes such a block is rounded to are read whole,
+// and once more after the source is attached again.
+TEST(MibSource, FilesOfEverySizeNearTheBlockSizesAreReadWhole) {
+    for (size_t size : {0, 1, 4095, 4096, 4097, 8191, 8192, 65535, 65536, 65537, 140000}) {
+        std::string text;
+        for (size_t i = 0; i < size; ++i) text += static_cast<char>('a' + i % 26);
+        FILE* stream = TextStream(text + "\"");
+        MibSource in;
+        for (int pass = 0; pass < 2; ++pass) {
+            rewind(stream);
+            in.Attach(stream);
+            std::string read(size + 16, '\0');
+            EXPECT_EQ(in.CopyRun(&read[0], read.size(), kQuoteOrNewline), size);
+            read.resize(size);
+            EXPECT_EQ(read, text) << size;
+            EXPECT_EQ(in.Take(), '"');
+            EXPECT_EQ(in.Take(), EOF);
+        }
+        fclose(stream);
+    }
 }

@@ -33,6 +33,24 @@ TEST(Tokenizer, DashesCommentsAndPunctuation) {
     EXPECT_EQ(LexText("a,(b)", GT_COMMA), "1:a 72:, 1:(b)");
 }
 
+// A word goes on over every byte that ends no word, whichever the flags;
+// words of every length up to a few wide steps come back whole, and the
+// byte that ends each is the next word or white space.
+TEST(Tokenizer, WordsKeepEveryByteThatEndsNoWord) {
+    const std::string bytes = "a.Z_|~\xff\x80\"!:=9;\x01+/";
+    std::string text, expected, expectedSplit;
+    for (size_t k = 1; k <= 40; ++k) {
+        std::string word;
+        for (size_t i = 0; i < k; ++i) word += bytes[(i * 7 + k) % bytes.size()];
+        const std::string end = k % 3 == 0 ? "\t" : k % 3 == 1 ? "\n" : "}";
+        text += word + ",(" + word + end;
+        expected += " 1:" + word + ",(" + word + (end == "}" ? " 26:}" : "");
+        expectedSplit += " 1:" + word + " 72:, 76:( 1:" + word + (end == "}" ? " 26:}" : "");
+    }
+    EXPECT_EQ(LexText(text), expected.substr(1));
+    EXPECT_EQ(LexText(text, GT_COMMA | GT_PARENS), expectedSplit.substr(1));
+}
+
 TEST(Tokenizer, TwoWordKeywords) {
     EXPECT_EQ(LexText("OBJECT\tIDENTIFIER OCTET STRING"), "4:OBJECT IDENTIFIER 5:OCTET STRING");
     EXPECT_EQ(LexText("OBJECT  IDENTIFIER"), "1:OBJECT  1:IDENTIFIER");

@@ -171,7 +171,7 @@ bool CMib2Trap::CompileMIB(const char* szFile, int pass) {
 }
 
 void CMib2Trap::OpenInput(const char* szFile) {
-    m_input = OpenStream(szFile, "r");
+    m_input = OpenMibInput(szFile);
     m_pInFile = m_input.get();
 }
 

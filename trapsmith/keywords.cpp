@@ -1,6 +1,8 @@
-// The reserved words of the MIB language and the 32-bucket hash the tokenizer
-// classifies every finished word with: the word's byte sum picks a bucket,
-// and the bucket's chain is walked for the entry of the same sum and text.
+// The reserved words of the MIB language and the 32-bucket hash that says
+// which are keywords to a compiler object: the word's byte sum picks a
+// bucket, and the bucket's chain holds the entry of the same sum and text.
+// Only words whose first two characters begin some keyword are summed and
+// looked up.
 #include <bitset>
 #include <cstring>
 
@@ -20,7 +22,7 @@ constexpr tok Keyword(const char* szName, int32_t nToken) {
 
 // The first two characters of every keyword (a one-character keyword with
 // its terminator): a word that starts otherwise, as nearly every label does,
-// is known not to be a keyword without summing its bytes.
+// is known not to be a keyword without looking it up.
 class KeywordStarts {
 public:
     explicit KeywordStarts(const tok* table) {
@@ -35,6 +37,28 @@ private:
     }
     std::bitset<65536> m_starts;
 };
+
+// Whether the len bytes at a and b are the same, read in a few loads that
+// stay within them: most words compared are keywords of a dozen characters.
+bool SameBytes(const char* a, const char* b, size_t len) {
+    auto load8 = [](const char* p) {
+        uint64_t v;
+        memcpy(&v, p, 8);
+        return v;
+    };
+    auto load4 = [](const char* p) {
+        uint32_t v;
+        memcpy(&v, p, 4);
+        return v;
+    };
+    if (len >= 8) {
+        for (size_t i = 0; i + 8 < len; i += 8)
+            if (load8(a + i) != load8(b + i)) return false;
+        return load8(a + len - 8) == load8(b + len - 8);
+    }
+    if (len >= 4) return load4(a) == load4(b) && load4(a + len - 4) == load4(b + len - 4);
+    return len == 0 || (a[0] == b[0] && a[len / 2] == b[len / 2] && a[len - 1] == b[len - 1]);
+}
 
 }  // namespace
 
@@ -158,25 +182,14 @@ tok g_tokens[NUM_KEYWORDS + 1] = {
     tok{nullptr, 0, 0, 0, nullptr},
 };
 
-namespace {
-
-// The byte sum of a text, each byte taken as a signed 8-bit value, and its
-// length.  The sum is kept unsigned so that a very long text wraps instead
-// of overflowing; the result is the same two's-complement value.
-int32_t ByteSum(const char* sz, size_t* pLen) {
-    uint32_t sum = 0;
-    size_t len = 0;
-    for (unsigned char c; (c = static_cast<unsigned char>(sz[len])) != '\0'; ++len)
-        sum += static_cast<uint32_t>(static_cast<int32_t>(static_cast<signed char>(c)));
-    *pLen = len;
-    return static_cast<int32_t>(sum);
-}
-
-}  // namespace
-
 int32_t KeywordHash(const char* sz) {
-    size_t len;
-    return ByteSum(sz, &len);
+    // Bytes count as signed 8-bit values.  The sum is kept unsigned so that a
+    // very long text wraps instead of overflowing; the result is the same
+    // two's-complement value.
+    uint32_t sum = 0;
+    for (const unsigned char* p = reinterpret_cast<const unsigned char*>(sz); *p != '\0'; ++p)
+        sum += static_cast<uint32_t>(static_cast<int32_t>(static_cast<signed char>(*p)));
+    return static_cast<int32_t>(sum);
 }
 
 void CMib2Trap::HashInit() {
@@ -192,13 +205,25 @@ void CMib2Trap::HashInit() {
     }
 }
 
-const tok* CMib2Trap::FindKeyword(const char* szWord) const {
-    static const KeywordStarts starts(g_tokens);
-    if (!starts.MayStart(szWord)) return nullptr;
-    size_t len;
-    const int32_t hash = ByteSum(szWord, &len);
-    for (const tok* t = m_pBuckets[static_cast<uint32_t>(hash) & 31u]; t != nullptr; t = t->pNext)
-        if (t->nHash == hash && static_cast<size_t>(t->nLen) == len && memcmp(t->szName, szWord, len) == 0)
-            return t;
+const tok* CMib2Trap::FindKeyword(const char* szWord) const { return FindKeyword(szWord, strlen(szWord)); }
+
+namespace {
+
+// Built from the table's texts, which are constants, before main runs.
+const KeywordStarts keywordStarts(g_tokens);
+
+}  // namespace
+
+const tok* CMib2Trap::FindKeyword(const char* szWord, size_t len) const {
+    if (!keywordStarts.MayStart(szWord)) return nullptr;
+    // The word's byte sum picks the bucket; a NUL byte inside the word ends
+    // its text, as it ends the text compared.
+    uint32_t sum = 0;
+    size_t n = 0;
+    for (; n < len && szWord[n] != '\0'; ++n)
+        sum += static_cast<uint32_t>(static_cast<int32_t>(static_cast<signed char>(szWord[n])));
+    const int32_t hash = static_cast<int32_t>(sum);
+    for (const tok* t = m_pBuckets[sum & 31u]; t != nullptr; t = t->pNext)
+        if (t->nHash == hash && static_cast<size_t>(t->nLen) == n && SameBytes(t->szName, szWord, n)) return t;
     return nullptr;
 }

@@ -555,11 +555,14 @@ public:
 #endif
         ;
 
-    // Keyword table and tokenizer.  FindKeyword walks the bucket of the
-    // word's byte sum for the entry of that text; it finds nothing before
-    // HashInit has linked this object's buckets.
+    // Keyword table and tokenizer.  FindKeyword gives the entry of the
+    // word's text that the bucket of its byte sum holds; it finds nothing
+    // before HashInit has linked this object's buckets.  The second form
+    // takes the word's length, which a NUL byte may shorten: szWord[len] is
+    // a NUL byte.
     void HashInit();
     const tok* FindKeyword(const char* szWord) const;
+    const tok* FindKeyword(const char* szWord, size_t len) const;
     int GetToken(FILE* fp, char* szToken, int fFlag);
     char* MibGetModFromLine(const char* szLine, const char* szMatch);
 

@@ -54,6 +54,16 @@ Stream OpenStream(const char* szName, const char* szMode) {
     return s;
 }
 
+Stream OpenMibInput(const char* szName) {
+    Stream s(fopen(szName, "r"));
+    if (!s) {
+        if (errno == ENOMEM) throw std::bad_alloc();
+        return s;
+    }
+    setvbuf(s.get(), nullptr, _IONBF, 0);
+    return s;
+}
+
 Stream OpenRewriteStream(const char* szName) {
     // The flags of fopen's "w" without O_TRUNC.
     const int fd = open(szName, O_WRONLY | O_CREAT, 0666);

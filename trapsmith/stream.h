@@ -53,6 +53,11 @@ private:
 // Opens a stream like fopen; a file read whole gets a buffer no larger than
 // itself.  Empty when fopen fails for another reason than memory.
 Stream OpenStream(const char* szName, const char* szMode);
+// Opens a MIB file for reading through a MibSource, which reads it in blocks
+// of its own: the stream is unbuffered, so the bytes are read straight into
+// those blocks and no second buffer is held.  Empty when fopen fails for
+// another reason than memory.
+Stream OpenMibInput(const char* szName);
 // Opens a file for writing like OpenStream(szName, "w"), except that a file
 // already there is written over in place and cut where writing ended when the
 // stream is closed, and only when it is longer than that: the same content at

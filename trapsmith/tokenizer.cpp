@@ -51,6 +51,9 @@ constexpr MibSource::EitherOf kDashOrNewline{'-', '\n'};
 struct WordEnd {
     uint8_t stops;
     bool operator()(unsigned char c) const { return (kCharClass[c] & stops) != 0; }
+#if defined(__SSE2__)
+    static unsigned Candidates(__m128i v) { return MibSource::Outside(v, '0', 'z'); }
+#endif
     static bool NoneIn(uint64_t v) { return !MibSource::AnyBelow(v, '0') && !MibSource::AnyAbove(v, 'z'); }
 };
 
@@ -162,7 +165,7 @@ int Lexer::EndWord(int c) {
     chLast = c;
     m_word[m_len] = '\0';
     if ((m_flags & GT_OBJECT) && strcmp(m_word, "OBJECT") == 0) return TOK_OBJECT;
-    const tok* kw = m_mib.FindKeyword(m_word);
+    const tok* kw = m_mib.FindKeyword(m_word, static_cast<size_t>(m_len));
     if (kw == nullptr) return TOK_LABEL;
     if (kw->nToken != TOK_CONTINUE) return kw->nToken;
     // "OBJECT" or "OCTET" right against a brace, comma or parenthesis: the

@@ -28,10 +28,16 @@ inline void CountLine(int* pLine) {
 // for its length is skipped up to white space.
 struct LineBlanksEnd {
     bool operator()(unsigned char c) const { return c != ' ' && (c != '\t' && (c < '\v' || c > '\r')); }
+#if defined(__SSE2__)
+    static unsigned Candidates(__m128i v) { return MibSource::Equal(v, ' ') ^ 0xFFFFu; }
+#endif
     bool NoneIn(uint64_t v) const { return v == MibSource::Eight(' '); }
 };
 struct SpaceStop {
     bool operator()(unsigned char c) const { return IsMibSpace(c); }
+#if defined(__SSE2__)
+    static unsigned Candidates(__m128i v) { return MibSource::Outside(v, ' ' + 1, 127); }
+#endif
     bool NoneIn(uint64_t v) const { return !MibSource::AnyBelow(v, '\r' + 1) && !MibSource::AnyZero(v ^ MibSource::Eight(' ')); }
 };
 

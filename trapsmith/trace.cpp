@@ -18,9 +18,11 @@
 namespace {
 
 // A format split once into its pieces: literal runs, and %s or %d.  The
-// formats are string literals, so a format is known by its address; each
-// has a slot of a small table, and a format whose slot is taken, has another
-// conversion or more pieces is written the general way.
+// formats are string literals, so a format is known by its address; the
+// table holds far more slots than there are formats, a format goes to the
+// first free slot from the one its address picks, and a format that finds
+// none within a few, has another conversion or more pieces is written the
+// general way.
 struct SplitFormat {
     static constexpr int kMaxPieces = 5;
     struct Piece {
@@ -53,38 +55,29 @@ bool Split(const char* fmt, SplitFormat* out) {
     return true;
 }
 
-SplitFormat splitFormats[256];
+constexpr size_t kSlots = 256;
+constexpr size_t kProbes = 8;
+SplitFormat splitFormats[kSlots];
 
-// The slot of a format, or null when it cannot be split or its slot holds
-// another format.
+// The split of a format, or null when it cannot be split or finds no slot.
 const SplitFormat* SplitOf(const char* fmt) {
     const uint64_t key = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(fmt)) * 0x9e3779b97f4a7c15ull;
-    SplitFormat& slot = splitFormats[key >> 56];
-    if (slot.fmt == fmt) return &slot;
-    if (slot.fmt != nullptr || strlen(fmt) > 0xffffu) return nullptr;
-    SplitFormat split;
-    if (!Split(fmt, &split)) return nullptr;
-    slot = split;
-    return &slot;
+    for (size_t i = key >> 56, n = 0; n < kProbes; i = (i + 1) % kSlots, ++n) {
+        SplitFormat& slot = splitFormats[i];
+        if (slot.fmt == fmt) return &slot;
+        if (slot.fmt != nullptr) continue;
+        SplitFormat split;
+        if (strlen(fmt) > 0xffffu || !Split(fmt, &split)) return nullptr;
+        slot = split;
+        return &slot;
+    }
+    return nullptr;
 }
 
-// One record through out; a conversion other than %s and %d hands the rest
-// of the format to the C library, after what out holds.
-void WriteRecord(smitext::Out& out, FILE* file, const char* fmt, va_list ap) {
-    if (const SplitFormat* split = SplitOf(fmt)) {
-        for (int i = 0; i < split->nPieces; ++i) {
-            const SplitFormat::Piece& piece = split->pieces[i];
-            if (piece.text) {
-                out.Put(piece.text, piece.len);
-            } else if (piece.conv == 's') {
-                const char* text = va_arg(ap, const char*);
-                out.Put(text ? text : "(null)");
-            } else {
-                out.PutInt(va_arg(ap, int));
-            }
-        }
-        return;
-    }
+// A record whose format is not split: %s and %d are written here, and any
+// other conversion hands the rest of the format to the C library, after
+// what out holds.
+void WriteUnsplit(smitext::Out& out, FILE* file, const char* fmt, va_list ap) {
     for (const char* p = fmt;;) {
         const char* pct = strchr(p, '%');
         if (!pct) {
@@ -106,6 +99,13 @@ void WriteRecord(smitext::Out& out, FILE* file, const char* fmt, va_list ap) {
     }
 }
 
+// A record written while no parse gathers the trace: through a buffer of
+// its own, written out at once.
+void WriteAlone(FILE* file, const char* fmt, va_list ap) {
+    smitext::Out out(file);
+    WriteUnsplit(out, file, fmt, ap);
+}
+
 }  // namespace
 
 void CMib2Trap::Trace(const char* fmt, ...) {
@@ -113,11 +113,25 @@ void CMib2Trap::Trace(const char* fmt, ...) {
     if (!file) return;
     va_list ap;
     va_start(ap, fmt);
-    if (m_traceOut && m_traceOut->Stream() == file) {
-        WriteRecord(*m_traceOut, file, fmt, ap);
+    smitext::Out* const out = m_traceOut;
+    const SplitFormat* split;
+    if (out == nullptr || out->Stream() != file) {
+        WriteAlone(file, fmt, ap);
+    } else if ((split = SplitOf(fmt)) == nullptr) {
+        WriteUnsplit(*out, file, fmt, ap);
     } else {
-        smitext::Out out(file);
-        WriteRecord(out, file, fmt, ap);
+        // The common case, written piece by piece into the parse's buffer.
+        for (int i = 0; i < split->nPieces; ++i) {
+            const SplitFormat::Piece& piece = split->pieces[i];
+            if (piece.text) {
+                out->Put(piece.text, piece.len);
+            } else if (piece.conv == 's') {
+                const char* text = va_arg(ap, const char*);
+                out->Put(text ? text : "(null)");
+            } else {
+                out->PutInt(va_arg(ap, int));
+            }
+        }
     }
     va_end(ap);
 }
