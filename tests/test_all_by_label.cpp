@@ -8,18 +8,9 @@
 
 #include "all_by_label.h"
 #include "mib2trap.h"
+#include "test_util.h"
 
 namespace {
-
-struct Records {
-    std::deque<std::string> labels;
-    std::deque<node> nodes;
-    node* Add(const std::string& label) {
-        node* np = &nodes.emplace_back();
-        np->szLabel = labels.emplace_back(label).c_str();
-        return np;
-    }
-};
 
 std::vector<node*> All(const flat::AllByLabel& table, const std::string& label) {
     std::vector<node*> found;

@@ -7,18 +7,9 @@
 
 #include "first_by_label.h"
 #include "mib2trap.h"
+#include "test_util.h"
 
 namespace {
-
-struct Records {
-    std::deque<std::string> labels;
-    std::deque<node> nodes;
-    node* Add(const std::string& label) {
-        node* np = &nodes.emplace_back();
-        np->szLabel = labels.emplace_back(label).c_str();
-        return np;
-    }
-};
 
 TEST(FirstByLabel, KeepsTheFirstRecordOfEachLabelThroughGrowth) {
     Records r;

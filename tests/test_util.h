@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -111,5 +112,17 @@ struct MibFixture {
         fflush(stdout);                           \
         out = ::testing::internal::GetCapturedStdout(); \
     } while (0)
+
+// Parse records made for a test, each with a label of its own; they live as
+// long as the object.
+struct Records {
+    std::deque<std::string> labels;
+    std::deque<node> nodes;
+    node* Add(const std::string& label) {
+        node* np = &nodes.emplace_back();
+        np->szLabel = labels.emplace_back(label).c_str();
+        return np;
+    }
+};
 
 #endif  // TRAPSMITH_TEST_UTIL_H

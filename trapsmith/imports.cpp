@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "mib2trap.h"
+#include "ring.h"
 #include "smitext.h"
 
 namespace {
@@ -185,15 +186,7 @@ void ResetImportWriterState() {
 }
 
 NameValueList* NameValueList::Join(NameValueList* first, NameValueList* second) {
-    if (!first) return second;
-    if (!second) return first;
-    NameValueList* firstLast = first->back;
-    NameValueList* secondLast = second->back;
-    firstLast->forw = second;
-    second->back = firstLast;
-    secondLast->forw = first;
-    first->back = secondLast;
-    return first;
+    return JoinRings(first, second);
 }
 
 NameValueList* NameValueList::put(NameValueList* list, const char* szName, const char* szParent,

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "mib2trap.h"
+#include "ring.h"
 
 // Makes the head of a list that does not exist yet.
 void CMib2Trap::CreateTokenListHead(MibTokenList** tlh) {
@@ -95,16 +96,8 @@ bool WrittenNames::Add(const char* szName) {
     std::memcpy(copy, szName, n + 1);
     elem->szToken = copy;
     m_index.InsertNew(copy, hash);
-    if (!list) {
-        elem->forw = elem->back = elem;
-        list = elem;
-    } else {
-        MibTokenList* last = list->back;
-        elem->forw = list;
-        elem->back = last;
-        last->forw = elem;
-        list->back = elem;
-    }
+    elem->forw = elem->back = elem;
+    list = JoinRings(list, elem);
     return true;
 }
 
