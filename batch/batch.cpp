@@ -189,7 +189,10 @@ int BatchMain(int argc, char** argv) {
 
     std::error_code ec;
     std::filesystem::create_directories(options.outdir, ec);
-    if (!std::filesystem::is_directory(options.outdir) || !Writable(options.outdir, &error)) {
+    // The non-throwing form: a name the system refuses (too long, say) is a
+    // folder that cannot be written, not a reason to abort.
+    std::error_code statusError;
+    if (!std::filesystem::is_directory(options.outdir, statusError) || !Writable(options.outdir, &error)) {
         printf("trapsmith-batch: cannot write to %s: %s\n", options.outdir.c_str(),
                ec ? ec.message().c_str() : error.empty() ? "not a folder" : error.c_str());
         return 2;

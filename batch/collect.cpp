@@ -112,6 +112,9 @@ public:
     }
 
 private:
+    // Recursive, one level per folder: the depth is bounded, since a folder
+    // whose absolute name outgrows the system's limit (4,096 bytes on Linux)
+    // cannot be opened and ends its branch.
     void Folder(const std::string& path, const std::string& absolute, const struct stat& st, int root, int depth,
                 bool compile) {
         std::pair<dev_t, ino_t> id{st.st_dev, st.st_ino};

@@ -185,6 +185,7 @@ usage)
   expect 2 'cannot write to afile/out' -o afile/out src
   [ -e afile/out ] && fail "an output folder under a file"
   expect 2 'cannot write the report' -o out --report afile/r.tsv src
+  expect 2 'cannot write to xxxx' -o "$(printf 'x%.0s' $(seq 5000))" src  # a name the system refuses
   if [ "$(id -u)" != 0 ]; then
     mkdir locked && chmod 555 locked
     expect 2 'cannot write to locked' -o locked src
