@@ -11,6 +11,7 @@
 #include <cstring>
 #include <deque>
 #include <set>
+#include <system_error>
 #include <thread>
 #include <tuple>
 #include <utility>
@@ -205,7 +206,14 @@ bool CollectFiles(const std::vector<std::string>& paths, const std::vector<std::
         }
     };
     std::vector<std::thread> pool;
-    for (int t = 1; t < threads; ++t) pool.emplace_back(work);
+    for (int t = 1; t < threads; ++t) {
+        // A thread the system will not start leaves the work to the others.
+        try {
+            pool.emplace_back(work);
+        } catch (const std::system_error&) {
+            break;
+        }
+    }
     work();
     for (std::thread& thread : pool) thread.join();
     return true;
